@@ -1,0 +1,27 @@
+/* Parameter-file search path. */
+#ifndef TESKPF_PF_FILES_H
+#define TESKPF_PF_FILES_H
+
+#include "pf_tbl.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The parameter files called `name` along the search path, as a list of
+   NUL-terminated paths (char *) in search-path order: the last one takes
+   precedence. The directories come from the environment variable PFPATH,
+   separated by ":"; empty components are skipped; an unset or empty PFPATH
+   means ".". A name without "/" is looked for as DIR/NAME in each directory,
+   a name with "/" only as itself; either way ".pf" is appended unless the name
+   already ends in ".pf". Only readable regular files are listed.
+   Returns NULL when there is none. The paths live as long as the list:
+   release it with freetbl(list, 0). `flags` is reserved and must be 0.
+   NULL also for a NULL or empty name or non-zero flags. */
+Tbl *pffiles(const char *name, int flags);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,21 @@
+/* In-place trimming of NUL-terminated text. */
+#ifndef TESKPF_PF_STRTRIM_H
+#define TESKPF_PF_STRTRIM_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Non-zero for the characters strtrim removes: blank, tab, line feed,
+   vertical tab, form feed and carriage return (independent of the locale). */
+int pf_isspace(int c);
+
+/* Removes white space at both ends of `text` in place; the remaining text
+   starts at the start of the buffer. Returns `text`. Accepts NULL. */
+char *strtrim(char *text);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,63 @@
+#include "ConstraintParser.h"
+
+namespace teskpf {
+
+namespace {
+
+std::optional<int> typeCode(std::string_view keyword) {
+    static constexpr std::string_view keywords[] = {"str", "int", "float", "color", "font", "regex"};
+    for (int code = 0; code < 6; ++code) {
+        if (keyword == keywords[code]) return code;
+    }
+    return std::nullopt;
+}
+
+void appendWords(std::string_view list, Table<std::string> &words) {
+    size_t pos = 0;
+    while (pos < list.size()) {
+        size_t end = list.find(' ', pos);
+        if (end == std::string_view::npos) end = list.size();
+        if (end > pos) words.push_back(std::string(list.substr(pos, end - pos)));
+        pos = end + 1;
+    }
+}
+
+}  // namespace
+
+std::optional<Table<TeskPf_Constraint>> parseConstraintText(std::string_view text) {
+    Table<TeskPf_Constraint> table;
+    size_t j = 0;
+    while (j < text.size() && text[j] == '<') {
+        size_t type_start = j + 1;
+        j = text.find('>', type_start);
+        if (j == std::string_view::npos) return std::nullopt;
+        std::string_view type_string = text.substr(type_start, j - type_start);
+        std::string_view list;
+        ++j;
+        if (j < text.size() && text[j] == '(') {
+            size_t list_start = j + 1;
+            j = text.find(')', list_start);
+            if (j == std::string_view::npos) return std::nullopt;
+            list = text.substr(list_start, j - list_start);
+            ++j;
+        }
+        std::optional<int> type = typeCode(type_string);
+        if (!type) return std::nullopt;
+        TeskPf_Constraint constraint;
+        constraint.type = *type;
+        if (*type == CONSTRAINT_STR) appendWords(list, constraint.string_enum);
+        table.push_back(std::move(constraint));
+        ++j;  // the one separator character after each annotation
+    }
+    return table;
+}
+
+int registerConstraints(ConstraintTables &tables, const std::string &text) {
+    if (tables.contains(text)) return 0;
+    std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(text);
+    if (!table) return -1;
+    tables.set(text, std::move(*table));
+    return 0;
+}
+
+}  // namespace teskpf

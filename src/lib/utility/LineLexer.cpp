@@ -1,0 +1,129 @@
+#include "LineLexer.h"
+
+#include <algorithm>
+
+#include "pf_strtrim.h"
+
+namespace teskpf {
+
+std::string_view trimmed(std::string_view text) {
+    text = text.substr(0, text.find('\0'));
+    size_t begin = 0;
+    size_t end = text.size();
+    while (begin < end && pf_isspace(static_cast<unsigned char>(text[begin]))) ++begin;
+    while (end > begin && pf_isspace(static_cast<unsigned char>(text[end - 1]))) --end;
+    return text.substr(begin, end - begin);
+}
+
+void trimInPlace(std::string &text) {
+    std::string_view kept = trimmed(text);
+    size_t offset = static_cast<size_t>(kept.data() - text.data());
+    size_t length = kept.size();
+    text.erase(0, offset);
+    text.resize(length);
+}
+
+std::string unescape(std::string_view value) {
+    std::string out;
+    out.reserve(value.size());
+    for (size_t i = 0; i < value.size(); ++i) {
+        if (value[i] == '\\' && i + 1 < value.size() && value[i + 1] == '#') continue;
+        out += value[i];
+    }
+    return out;
+}
+
+std::string replaceAll(std::string_view text, std::string_view from, std::string_view to) {
+    std::string out;
+    out.reserve(text.size());
+    size_t pos = 0;
+    while (pos < text.size()) {
+        size_t hit = text.find(from, pos);
+        if (hit == std::string_view::npos) break;
+        out.append(text.substr(pos, hit - pos));
+        out.append(to);
+        pos = hit + from.size();
+    }
+    if (pos < text.size()) out.append(text.substr(pos));
+    return out;
+}
+
+namespace {
+
+// Index of the first "#" that starts a comment, or npos. A "#" right after a
+// backslash is escaped; only that one preceding character is looked at.
+size_t commentStart(std::string_view line) {
+    for (size_t i = line.find('#'); i != std::string_view::npos; i = line.find('#', i + 1)) {
+        if (i == 0 || line[i - 1] != '\\') return i;
+    }
+    return std::string_view::npos;
+}
+
+// The annotation text at the start of `comment` (which begins with "#"):
+// "<type>" groups, each optionally followed at once by "(list)", separated by
+// exactly one character. The text runs to one character past the last
+// closing bracket. A group left unclosed empties the whole text.
+std::string_view annotation(std::string_view comment) {
+    std::string_view found;
+    size_t j = 1;
+    while (j < comment.size() && comment[j] == '<') {
+        j = comment.find('>', j + 1);
+        if (j == std::string_view::npos) return {};
+        if (j + 1 < comment.size() && comment[j + 1] == '(') {
+            j = comment.find(')', j + 2);
+            if (j == std::string_view::npos) return {};
+        }
+        ++j;
+        found = comment.substr(1, j);
+        ++j;
+    }
+    return found;
+}
+
+}  // namespace
+
+void lexLine(std::string_view line, bool in_list, LineFields &out) {
+    size_t hash = commentStart(line);
+    std::string_view working = line.substr(0, hash);
+    std::string_view comment = hash == std::string_view::npos ? std::string_view{} : line.substr(hash);
+
+    // Tabs in the key/value part count as blanks.
+    std::string spaced;
+    if (working.find('\t') != std::string_view::npos) {
+        spaced.assign(working);
+        std::replace(spaced.begin(), spaced.end(), '\t', ' ');
+        working = spaced;
+    }
+    std::string_view text = trimmed(working);
+
+    std::string_view key;
+    std::string_view value;
+    if (in_list) {
+        value = text;
+    } else {
+        size_t blank = text.find(' ');
+        key = text.substr(0, blank);
+        if (blank != std::string_view::npos) value = text.substr(blank);
+    }
+    out.key.assign(trimmed(key));
+    if (value.find('\\') == std::string_view::npos) {
+        out.value.assign(trimmed(value));
+    } else {
+        out.value = unescape(value);
+        trimInPlace(out.value);
+    }
+
+    std::string_view constraints = trimmed(annotation(comment));
+    out.constraints.assign(constraints);
+    if (constraints.empty()) {
+        out.comment.assign(trimmed(comment));
+    } else {
+        // The annotation moves to the constraints field; the comment keeps "#",
+        // a blank and whatever followed the annotation.
+        out.comment.assign("# ");
+        out.comment.append(comment.substr(std::min(comment.size(), constraints.size() + 1)));
+        trimInPlace(out.comment);
+    }
+}
+
+}  // namespace teskpf

@@ -1,0 +1,95 @@
+#include "Merge.h"
+
+#include <vector>
+
+#include "LevelText.h"
+#include "TeskPf.h"
+
+namespace teskpf {
+
+namespace {
+
+// The entries of a list that are still there, in order, with removals in
+// near-constant time: `next` points past removed runs (union-find with path
+// halving), so walking over what is left never re-walks what was removed.
+class AliveEntries {
+public:
+    explicit AliveEntries(size_t count) : next(count + 1) {
+        for (size_t i = 0; i <= count; ++i) next[i] = static_cast<int>(i);
+        removed.assign(count, false);
+    }
+
+    // The first entry at or after `index` that is still there (count when none).
+    int from(int index) {
+        while (next[static_cast<size_t>(index)] != index) {
+            int &link = next[static_cast<size_t>(index)];
+            link = next[static_cast<size_t>(link)];
+            index = link;
+        }
+        return index;
+    }
+
+    void remove(int index) {
+        removed[static_cast<size_t>(index)] = true;
+        next[static_cast<size_t>(index)] = index + 1;
+    }
+
+    bool isRemoved(int index) const { return removed[static_cast<size_t>(index)]; }
+
+private:
+    std::vector<int> next;
+    std::vector<bool> removed;
+};
+
+bool startsWith(const std::string &text, const std::string &prefix) {
+    return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+}  // namespace
+
+EntryList mergeEntryLists(const EntryList &winner, EntryList &loser) {
+    if (loser.empty()) return winner;
+    if (winner.empty()) return loser;
+
+    KeyIndex index;
+    std::vector<int> previous_same_key;
+    index.build(loser, &previous_same_key);
+    AliveEntries alive(loser.size());
+    const int loser_count = static_cast<int>(loser.size());
+
+    EntryList result;
+    result.reserve(winner.size() + loser.size());
+    for (const Entry &entry : winner) {
+        result.push_back(entry);
+        if (parseLevel(entry[FIELD_LEVEL]) > 0) continue;
+
+        const std::string &key = entry[FIELD_KEY];
+        int found = index.find(loser, key);
+        int last_removed = -1;
+        while (found >= 0 && alive.isRemoved(found)) {
+            last_removed = found;
+            found = previous_same_key[static_cast<size_t>(found)];
+        }
+        // Point the index past the removed ones so that later lookups of this key
+        // do not walk them again.
+        if (last_removed >= 0) index.update(loser, key, found >= 0 ? found : last_removed);
+        if (found < 0) continue;
+
+        for (int at = found; at < loser_count && startsWith(loser[static_cast<size_t>(at)][FIELD_KEY], key);
+             at = alive.from(at)) {
+            alive.remove(at);
+        }
+    }
+
+    EntryList kept;
+    kept.reserve(loser.size());
+    for (int i = 0; i < loser_count; ++i) {
+        if (alive.isRemoved(i)) continue;
+        result.push_back(loser[static_cast<size_t>(i)]);
+        kept.push_back(std::move(loser[static_cast<size_t>(i)]));
+    }
+    loser = std::move(kept);
+    return result;
+}
+
+}  // namespace teskpf
