@@ -1,5 +1,6 @@
 #include "BlockParser.h"
 
+#include <charconv>
 #include <vector>
 
 #include "ConstraintParser.h"
@@ -17,18 +18,35 @@ struct OpenBlock {
     int position;  // next list position (list blocks only)
 };
 
-bool opens(const std::string &value, const char *marker) { return value.compare(0, 5, marker) == 0; }
+bool opens(std::string_view value, std::string_view marker) { return value.substr(0, 5) == marker; }
 
-Entry makeEntry(std::string source, const std::string &level_text, std::string key, std::string value,
-                std::string comment, std::string constraints) {
+// Appends the decimal digits of `number`.
+void appendNumber(std::string &text, long number) {
+    char digits[24];
+    auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    text.append(digits, static_cast<size_t>(end - digits));
+}
+
+// `prefix` followed by a number: "file.pf:12", or "[3]" with brackets.
+std::string withNumber(const std::string &prefix, long number, const char *open = "", const char *close = "") {
+    std::string text;
+    text.reserve(prefix.size() + 24);
+    text.append(prefix).append(open);
+    appendNumber(text, number);
+    text.append(close);
+    return text;
+}
+
+Entry makeEntry(std::string source, const std::string &level_text, std::string key, std::string_view value,
+                const LineFields &fields) {
     Entry entry;
     entry.reserve(6);
     entry.push_back(std::move(source));
     entry.push_back(level_text);
     entry.push_back(std::move(key));
-    entry.push_back(std::move(value));
-    entry.push_back(std::move(comment));
-    entry.push_back(std::move(constraints));
+    entry.emplace_back(value);
+    entry.emplace_back(fields.comment);
+    entry.emplace_back(fields.constraints);
     return entry;
 }
 
@@ -39,48 +57,49 @@ size_t keyPathBudget(size_t file_bytes) {
     return floor + 16 * file_bytes;
 }
 
-EntryList parseBlock(const BlockStart &start, const std::string &fname, int &iline,
-                     const Table<std::string> &lines, bool keep_comments, ConstraintTables &constraints) {
+EntryList parseBlock(const BlockStart &start, const std::string &fname, int &iline, LineReader &lines,
+                     bool keep_comments, ConstraintTables &constraints) {
     EntryList result;
-    const long line_count = static_cast<long>(lines.size());
-    if (iline >= line_count) return result;
+    if (lines.empty()) return result;
 
-    size_t file_bytes = 0;
-    for (const std::string &line : lines) file_bytes += line.size() + 1;
-    const size_t budget = keyPathBudget(file_bytes);
+    const size_t budget = keyPathBudget(lines.bytes());
     size_t key_bytes = 0;
-
-    result.reserve(static_cast<size_t>(line_count - iline));
     std::vector<OpenBlock> open;
     open.push_back({start.key_prefix, std::to_string(start.level), start.level, start.is_list, 0});
 
     LineFields fields;
+    std::string registered;  // the constraint text registered last
+    bool registered_any = false;
     std::string source_prefix = fname + ":";
-    while (!open.empty() && iline < line_count) {
-        std::string_view line = trimmed(lines[static_cast<size_t>(iline)]);
+    while (!open.empty() && !lines.empty()) {
+        std::string_view line = trimmed(lines.next());
         ++iline;
         if (!line.empty() && line[0] == '}') {
             open.pop_back();
             continue;
         }
         OpenBlock &block = open.back();
-        std::string source = source_prefix + std::to_string(iline - 1);
+        std::string source = withNumber(source_prefix, iline - 1);
         lexLine(line, block.is_list, fields);
 
         if (fields.key.empty() && fields.value.empty()) {
             if (keep_comments)
-                result.push_back(makeEntry(std::move(source), block.level_text, "", "", std::move(fields.comment),
-                                           std::move(fields.constraints)));
+                result.push_back(makeEntry(std::move(source), block.level_text, "", "", fields));
             continue;
         }
         if (!block.is_list && fields.key.empty())
             throw "Cannot parse line '" + std::string(line) + "' in pf string - Arr must have a key";
 
-        registerConstraints(constraints, fields.constraints);
+        // Neighbouring lines mostly carry the same annotation: parse a text once.
+        if (!registered_any || fields.constraints != registered) {
+            registered.assign(fields.constraints);
+            registerConstraints(constraints, registered);
+            registered_any = true;
+        }
 
         std::string key_path;
         if (block.is_list) {
-            key_path = block.key_prefix + "[" + std::to_string(block.position++) + "]";
+            key_path = withNumber(block.key_prefix, block.position++, "[", "]");
         } else {
             key_path.reserve(block.key_prefix.size() + fields.key.size() + 4);
             key_path.append(block.key_prefix).append("[\"").append(fields.key).append("\"]");
@@ -93,14 +112,13 @@ EntryList parseBlock(const BlockStart &start, const std::string &fname, int &ili
         const bool list_block = opens(fields.value, "&Tbl{");
         const bool arr_block = !list_block && opens(fields.value, "&Arr{");
         if (!list_block && !arr_block) {
-            result.push_back(makeEntry(std::move(source), block.level_text, std::move(key_path),
-                                       std::move(fields.value), std::move(fields.comment),
-                                       std::move(fields.constraints)));
+            result.push_back(makeEntry(std::move(source), block.level_text, std::move(key_path), fields.value,
+                                       fields));
             continue;
         }
         const int inner_level = block.level + 1;
         result.push_back(makeEntry(std::move(source), block.level_text, key_path, list_block ? "&Tbl" : "&Arr",
-                                   std::move(fields.comment), std::move(fields.constraints)));
+                                   fields));
         // `block` may dangle after this push.
         open.push_back({std::move(key_path), std::to_string(inner_level), inner_level, list_block, 0});
     }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ConstraintParser.h"
+#include "FileLines.h"
 #include "KeyIndex.h"
 
 namespace teskpf {
@@ -16,15 +17,15 @@ struct BlockStart {
     bool is_list;            // a "&Tbl{" block rather than an "&Arr{" one
 };
 
-// Reads the block `start` from `lines`, beginning at line `iline`, which
-// advances past every line taken (the block's closing line included). Nested
+// Reads the block `start` from the lines `lines` still holds; `iline` counts
+// every line taken (the block's closing line included). Nested
 // blocks are read as they come. Every member line's constraint text is
 // registered in `constraints`. Blank and comment-only lines give entries only
 // when `keep_comments` is set. Throws a std::string for a line without a key
 // in an associative block, and when the key paths of the file grow beyond a
 // size that only absurd nesting reaches (see keyPathBudget).
-EntryList parseBlock(const BlockStart &start, const std::string &fname, int &iline,
-                     const Table<std::string> &lines, bool keep_comments, ConstraintTables &constraints);
+EntryList parseBlock(const BlockStart &start, const std::string &fname, int &iline, LineReader &lines,
+                     bool keep_comments, ConstraintTables &constraints);
 
 // How many bytes of key paths a file of `file_bytes` bytes may produce. Key
 // paths repeat their block's path, so deep nesting makes them grow with the

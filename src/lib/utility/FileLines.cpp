@@ -1,28 +1,23 @@
 #include "FileLines.h"
 
-#include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <sys/stat.h>
 
 namespace teskpf {
 
-Table<std::string> readLines(const std::string &path) {
-    Table<std::string> lines;
+std::string readFile(const std::string &path) {
     struct stat info;
-    if (stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return lines;
+    if (stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
     std::ifstream file(path, std::ios::binary);
-    if (!file) return lines;
-    std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-
-    lines.reserve(static_cast<size_t>(std::count(content.begin(), content.end(), '\n')) + 1);
-    size_t start = 0;
-    while (start < content.size()) {
-        size_t end = content.find('\n', start);
-        if (end == std::string::npos) end = content.size();
-        lines.emplace_back(content, start, end - start);
-        start = end + 1;
-    }
-    return lines;
+    if (!file) return {};
+    std::string content;
+    content.resize(static_cast<size_t>(info.st_size));
+    file.read(content.data(), static_cast<std::streamsize>(content.size()));
+    content.resize(static_cast<size_t>(file.gcount()));
+    // The size may have changed since stat: take whatever else there is.
+    content.append(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    return content;
 }
 
 }  // namespace teskpf

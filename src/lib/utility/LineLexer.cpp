@@ -6,8 +6,9 @@
 
 namespace teskpf {
 
-std::string_view trimmed(std::string_view text) {
-    text = text.substr(0, text.find('\0'));
+std::string_view trimmed(std::string_view text) { return trimmedWhiteSpace(text.substr(0, text.find('\0'))); }
+
+std::string_view trimmedWhiteSpace(std::string_view text) {
     size_t begin = 0;
     size_t end = text.size();
     while (begin < end && pf_isspace(static_cast<unsigned char>(text[begin]))) ++begin;
@@ -83,46 +84,47 @@ std::string_view annotation(std::string_view comment) {
 }  // namespace
 
 void lexLine(std::string_view line, bool in_list, LineFields &out) {
+    // Trimming cuts at a NUL character; lines without one (all of them, once
+    // the block parser has trimmed them) skip that search.
+    const bool has_nul = line.find('\0') != std::string_view::npos;
+    auto trim = [has_nul](std::string_view text) { return has_nul ? trimmed(text) : trimmedWhiteSpace(text); };
+
     size_t hash = commentStart(line);
     std::string_view working = line.substr(0, hash);
     std::string_view comment = hash == std::string_view::npos ? std::string_view{} : line.substr(hash);
 
     // Tabs in the key/value part count as blanks.
-    std::string spaced;
     if (working.find('\t') != std::string_view::npos) {
-        spaced.assign(working);
-        std::replace(spaced.begin(), spaced.end(), '\t', ' ');
-        working = spaced;
+        out.spaced_text.assign(working);
+        std::replace(out.spaced_text.begin(), out.spaced_text.end(), '\t', ' ');
+        working = out.spaced_text;
     }
-    std::string_view text = trimmed(working);
+    std::string_view text = trim(working);
 
-    std::string_view key;
     std::string_view value;
+    out.key = {};
     if (in_list) {
         value = text;
     } else {
         size_t blank = text.find(' ');
-        key = text.substr(0, blank);
+        out.key = trim(text.substr(0, blank));
         if (blank != std::string_view::npos) value = text.substr(blank);
     }
-    out.key.assign(trimmed(key));
-    if (value.find('\\') == std::string_view::npos) {
-        out.value.assign(trimmed(value));
-    } else {
-        out.value = unescape(value);
-        trimInPlace(out.value);
+    if (value.find('\\') != std::string_view::npos) {
+        out.value_text = unescape(value);
+        value = out.value_text;
     }
+    out.value = trim(value);
 
-    std::string_view constraints = trimmed(annotation(comment));
-    out.constraints.assign(constraints);
-    if (constraints.empty()) {
-        out.comment.assign(trimmed(comment));
+    out.constraints = trim(annotation(comment));
+    if (out.constraints.empty()) {
+        out.comment = trim(comment);
     } else {
         // The annotation moves to the constraints field; the comment keeps "#",
         // a blank and whatever followed the annotation.
-        out.comment.assign("# ");
-        out.comment.append(comment.substr(std::min(comment.size(), constraints.size() + 1)));
-        trimInPlace(out.comment);
+        out.comment_text.assign("# ");
+        out.comment_text.append(comment.substr(std::min(comment.size(), out.constraints.size() + 1)));
+        out.comment = trim(out.comment_text);
     }
 }
 

@@ -7,21 +7,30 @@
 
 namespace teskpf {
 
+// The four fields of a line. They view the line itself or the object's own
+// buffers, so they are valid while both live and until the next lexLine call
+// with the same object.
 struct LineFields {
-    std::string key;
-    std::string value;        // escapes removed
-    std::string comment;      // "" or text starting with "#"
-    std::string constraints;  // the annotation text cut out of the comment
+    std::string_view key;
+    std::string_view value;        // escapes removed
+    std::string_view comment;      // "" or text starting with "#"
+    std::string_view constraints;  // the annotation text cut out of the comment
+
+    std::string spaced_text;   // the key/value part with tabs made blanks
+    std::string value_text;    // the value with escapes removed
+    std::string comment_text;  // the comment of an annotated line
 };
 
 // Splits `line`. With `in_list` set (a line inside a list block) there is no
-// key: the whole text before the comment is the value. `out` is overwritten;
-// passing the same object for every line reuses its storage.
+// key: the whole text before the comment is the value. Passing the same
+// object for every line reuses its buffers.
 void lexLine(std::string_view line, bool in_list, LineFields &out);
 
 // Trimming as the platform's strtrim does it: the text is cut at its first
 // NUL character, then white space is removed at both ends.
 std::string_view trimmed(std::string_view text);
+// White space removed at both ends, NUL characters left alone.
+std::string_view trimmedWhiteSpace(std::string_view text);
 void trimInPlace(std::string &text);
 
 // Drops every backslash that stands right before a "#".

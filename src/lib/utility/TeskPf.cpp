@@ -47,7 +47,7 @@ Table<Table<string>> TeskPf::readPf(string &string) {
     Table<Table<std::string>> merged;
     for (long i = cnttbl(files.get()) - 1; i >= 0; --i) {
         std::string fname = static_cast<const char *>(gettbl(files.get(), i));
-        Table<std::string> lines = teskpf::readLines(fname);
+        teskpf::LineReader lines(teskpf::readFile(fname));
         int iline = 0;
         Table<Table<std::string>> entries = processArr(0, "", fname, iline, lines, process_nokeys);
         if (merged.empty())
@@ -60,13 +60,13 @@ Table<Table<string>> TeskPf::readPf(string &string) {
 }
 
 Table<Table<string>> TeskPf::processArr(int level, string key_prefix, string fname, int &iline,
-                                        Table<string> &pflines, int process_nokeys) {
+                                        teskpf::LineReader &pflines, int process_nokeys) {
     return teskpf::parseBlock({level, std::move(key_prefix), false}, fname, iline, pflines, process_nokeys != 0,
                               constraints_array);
 }
 
 Table<Table<string>> TeskPf::processTbl(int level, string key_prefix, string fname, int &iline,
-                                        Table<string> &pflines, int process_nokeys) {
+                                        teskpf::LineReader &pflines, int process_nokeys) {
     return teskpf::parseBlock({level, std::move(key_prefix), true}, fname, iline, pflines, process_nokeys != 0,
                               constraints_array);
 }
@@ -244,10 +244,10 @@ Table<string> TeskPf::processLine(string line, int tbl) {
     teskpf::LineFields fields;
     teskpf::lexLine(line, tbl != 0, fields);
     Table<string> out;
-    out.set(-1, std::move(fields.key));
-    out.set(-1, std::move(fields.value));
-    out.set(-1, std::move(fields.comment));
-    out.set(-1, std::move(fields.constraints));
+    out.set(-1, string(fields.key));
+    out.set(-1, string(fields.value));
+    out.set(-1, string(fields.comment));
+    out.set(-1, string(fields.constraints));
     return out;
 }
 
