@@ -1,0 +1,86 @@
+// pffiles: the parameter files of a name along PFPATH.
+#include "pf_files.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace {
+
+// The directories of PFPATH in order, empty components skipped; "." when
+// PFPATH is unset or has no directory.
+std::vector<std::string> search_directories() {
+    std::vector<std::string> directories;
+    const char *path = getenv("PFPATH");
+    for (const char *start = path; start && *start;) {
+        const char *end = strchr(start, ':');
+        size_t length = end ? static_cast<size_t>(end - start) : strlen(start);
+        if (length > 0) directories.emplace_back(start, length);
+        start = end ? end + 1 : nullptr;
+    }
+    if (directories.empty()) directories.emplace_back(".");
+    return directories;
+}
+
+// `name` with ".pf" appended unless it already ends in ".pf".
+std::string with_suffix(const char *name) {
+    std::string file(name);
+    if (file.size() < 3 || file.compare(file.size() - 3, 3, ".pf") != 0) file += ".pf";
+    return file;
+}
+
+// `directory` and `file` joined by exactly one "/".
+std::string join(std::string directory, const std::string &file) {
+    while (!directory.empty() && directory.back() == '/') directory.pop_back();
+    return directory + "/" + file;
+}
+
+bool is_readable_file(const std::string &path) {
+    struct stat info;
+    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), R_OK) == 0;
+}
+
+// A Tbl of copies of `paths`, the copies packed in one block the Tbl owns.
+Tbl *path_list(const std::vector<std::string> &paths) {
+    size_t bytes = 0;
+    for (const std::string &path : paths) bytes += path.size() + 1;
+    char *storage = static_cast<char *>(malloc(bytes));
+    Tbl *list = storage ? newtbl(static_cast<long>(paths.size())) : nullptr;
+    if (!list) {
+        free(storage);
+        return nullptr;
+    }
+    list->owned = storage;
+    for (const std::string &path : paths) {
+        memcpy(storage, path.c_str(), path.size() + 1);
+        settbl(list, -1, storage);  // cannot fail: newtbl reserved every slot
+        storage += path.size() + 1;
+    }
+    return list;
+}
+
+}  // namespace
+
+extern "C" Tbl *pffiles(const char *name, int flags) {
+    if (!name || !*name || flags != 0) return nullptr;
+    try {
+        std::string file = with_suffix(name);
+        std::vector<std::string> candidates;
+        if (strchr(name, '/'))
+            candidates.push_back(file);
+        else
+            for (const std::string &directory : search_directories())
+                candidates.push_back(join(directory, file));
+        std::vector<std::string> found;
+        for (std::string &candidate : candidates)
+            if (is_readable_file(candidate)) found.push_back(std::move(candidate));
+        return found.empty() ? nullptr : path_list(found);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}

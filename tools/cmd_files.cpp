@@ -1,0 +1,45 @@
+// teskpf files NAME: which files a name reads and which file supplied what.
+#include <iostream>
+
+#include "command.h"
+#include "entries.h"
+#include "param_files.h"
+#include "tool_error.h"
+
+namespace teskpf_tool {
+
+namespace {
+
+int runFiles(const CommandLine &line) {
+    const std::string &name = line.positional[0];
+    TeskPf pf = loadParameterFile(name);
+    std::cout << "# files read for '" << name << "' (PFPATH=" << searchPath()
+              << "), lowest precedence first; the last one wins each top-level key\n";
+    for (const std::string &file : resolveFiles(name)) std::cout << file << '\n';
+    std::cout << "# top-level keys and the file that supplied each\n";
+    for (int i = 0; i < pf.size(); ++i) {
+        const std::string key = pf.getKey(i);
+        // The definition a lookup finds is the one in effect.
+        if (pf.getLevel(i) != 0 || key.empty() || pf.getEntryIndex(key) != i) continue;
+        std::cout << key << '\t' << sourceFile(pf.getSource(i)) << '\n';
+    }
+    return kExitOk;
+}
+
+}  // namespace
+
+Command filesCommand() {
+    return {"files",
+            "files NAME",
+            "show the files NAME reads and which file supplied each top-level key",
+            "Lists the files NAME resolves to along PFPATH (or NAME itself when it\n"
+            "is a readable file found nowhere on the path), lowest precedence\n"
+            "first: for a top-level key defined in several files, the last file\n"
+            "wins as a whole. Then one line per top-level key: the key path, a\n"
+            "tab, and the file its definition comes from. Lines starting with\n"
+            "\"#\" are headings.\n",
+            {{}, {"NAME"}, 1, false},
+            runFiles};
+}
+
+}  // namespace teskpf_tool

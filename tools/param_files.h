@@ -1,0 +1,37 @@
+// Finding, loading and writing parameter files the way the library does.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "TeskPf.h"
+
+namespace teskpf_tool {
+
+// The files the library reads for `name`, lowest precedence first: the last
+// one wins each top-level key. These are the files of that name along PFPATH
+// or, when there are none, the name itself if it is a readable regular file.
+// A leading "~" is expanded first. Empty when nothing is found.
+std::vector<std::string> resolveFiles(const std::string &name);
+
+// PFPATH as the search uses it, for messages: "." when unset or empty.
+std::string searchPath();
+
+// Loads `name` with the library. Throws ToolError (exit 2) when the name
+// resolves to no file; the library's own errors (std::string) pass through.
+TeskPf loadParameterFile(const std::string &name);
+
+// The file part of an entry's source "file:line".
+std::string sourceFile(const std::string &source);
+
+// Writes the handle's text to `file` with the library's atomic write and
+// returns the name written, to which the library adds ".pf" when missing.
+// Throws ToolError (exit 2) when the handle has no entries, since the library
+// would then write nothing.
+std::string writeParameterFile(const TeskPf &pf, const std::string &file);
+
+// writeParameterFile to a file named by the user with -o; a note on stderr
+// says so when the library wrote it under another name.
+void writeToOutput(const TeskPf &pf, const std::string &file);
+
+}  // namespace teskpf_tool
