@@ -2,7 +2,7 @@
 # Builds the teskpf tool and runs it on the bundled station configuration.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESKPF_BUILD_TESTS=OFF >/dev/null
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j "$(nproc)" --target teskpf-tool >/dev/null
 teskpf="$PWD/build/tools/teskpf"
 cd examples

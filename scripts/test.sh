@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds and runs every test: the regular build, the same suite under
+# AddressSanitizer and UndefinedBehaviorSanitizer, the installed-package check,
+# and short fuzz runs when clang is available.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+jobs=$(nproc)
+
+echo "== build and test"
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESKPF_BUILD_TESTS=ON
+cmake --build build -j "$jobs"
+ctest --test-dir build --output-on-failure -j "$jobs"
+
+echo "== sanitizer build and test"
+cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTESKPF_BUILD_TESTS=ON -DTESKPF_SANITIZE=ON
+cmake --build build-asan -j "$jobs"
+ctest --test-dir build-asan --output-on-failure -j "$jobs"
+
+echo "== installed package"
+scripts/check-install.sh
+
+echo "== fuzzing"
+scripts/fuzz.sh "${TESKPF_FUZZ_SECONDS:-20}"
