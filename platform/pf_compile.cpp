@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "pf_strtrim.h"
-#include "pf_tree.h"
+#include "internal/pf_tree.h"
 
 namespace {
 

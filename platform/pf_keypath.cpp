@@ -1,7 +1,7 @@
 // Lookup of a node by key path: ["name"] and [n] components, chained.
 #include <climits>
 
-#include "pf_tree.h"
+#include "internal/pf_tree.h"
 
 namespace {
 

@@ -3,10 +3,6 @@
 
 #include <cstring>
 
-extern "C" int pf_isspace(int c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
-
 extern "C" char *strtrim(char *text) {
     if (!text) return text;
     const char *start = text;

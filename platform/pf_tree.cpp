@@ -3,7 +3,7 @@
 #include <cstring>
 #include <new>
 
-#include "pf_tree.h"
+#include "internal/pf_tree.h"
 
 namespace {
 

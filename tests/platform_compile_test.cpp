@@ -45,7 +45,7 @@ const char station[] =
 
 }  // namespace
 
-TEST(platformCompile, RealisticTextGivesTreeAndKeyPathLookups) {
+TEST(PlatformCompile, RealisticTextGivesTreeAndKeyPathLookups) {
     std::string text = station;
     Pf *pf = compiled(text);
     ASSERT_NE(pf, nullptr);
@@ -84,7 +84,7 @@ TEST(platformCompile, RealisticTextGivesTreeAndKeyPathLookups) {
     pffree(pf);
 }
 
-TEST(platformCompile, MalformedOrMismatchedKeyPathsFindNothing) {
+TEST(PlatformCompile, MalformedOrMismatchedKeyPathsFindNothing) {
     Pf *pf = compiled(station);
     const char *paths[] = {
         "name", "[", "[\"name\"", "[\"name\"]x", "[]", "[x]", "[1", "[-1]", "[0]",
@@ -101,7 +101,7 @@ TEST(platformCompile, MalformedOrMismatchedKeyPathsFindNothing) {
     pffree(nullptr);
 }
 
-TEST(platformCompile, ErrorsLeaveResultUntouched) {
+TEST(PlatformCompile, ErrorsLeaveResultUntouched) {
     struct Case {
         const char *text;
         int error;
@@ -126,7 +126,7 @@ TEST(platformCompile, ErrorsLeaveResultUntouched) {
     EXPECT_EQ(pfcompile(const_cast<char *>(""), nullptr), PF_ERR_ARGUMENT);
 }
 
-TEST(platformCompile, MillionNestedBlocksNeedNoRecursion) {
+TEST(PlatformCompile, MillionNestedBlocksNeedNoRecursion) {
     const int depth = 1000000;
     Pf *pf = compiled(repeated("a &Arr{\n", depth) + repeated("}\n", depth));
     ASSERT_NE(pf, nullptr);
@@ -143,7 +143,7 @@ TEST(platformCompile, MillionNestedBlocksNeedNoRecursion) {
     EXPECT_EQ(untouched, nullptr);
 }
 
-TEST(platformCompile, LargeFlatTextCompilesInLinearTime) {
+TEST(PlatformCompile, LargeFlatTextCompilesInLinearTime) {
     const int count = 300000;
     std::string text;
     for (int i = 0; i < count; ++i) text += "key" + std::to_string(i) + " value" + std::to_string(i) + "\n";

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 // Runs each test in a fresh temporary directory holding a/, b/ and c/, with
 // PFPATH and the working directory restored afterwards.
-class platformFiles : public ::testing::Test {
+class PlatformFiles : public ::testing::Test {
 protected:
     void SetUp() override {
         const char *pfpath = getenv("PFPATH");
@@ -58,7 +58,7 @@ using Paths = std::vector<std::string>;
 
 }  // namespace
 
-TEST_F(platformFiles, CandidateRules) {
+TEST_F(PlatformFiles, CandidateRules) {
     touch("a/x.pf");
     touch("b/x.pf");
     touch("c/x.pf");
@@ -100,7 +100,7 @@ TEST_F(platformFiles, CandidateRules) {
     EXPECT_EQ(pffiles("x", 1), nullptr);
 }
 
-TEST_F(platformFiles, OnlyRegularFilesAreListedFollowingSymlinks) {
+TEST_F(PlatformFiles, OnlyRegularFilesAreListedFollowingSymlinks) {
     fs::create_directory("a/x.pf");
     touch("b/real.pf");
     fs::create_symlink(fs::absolute("b/real.pf"), "c/x.pf");
@@ -109,7 +109,7 @@ TEST_F(platformFiles, OnlyRegularFilesAreListedFollowingSymlinks) {
     EXPECT_EQ(found("x"), (Paths{"c/x.pf"}));
 }
 
-TEST_F(platformFiles, UnreadableFilesAreSkipped) {
+TEST_F(PlatformFiles, UnreadableFilesAreSkipped) {
     if (geteuid() == 0) GTEST_SKIP() << "root can read any file";
     touch("a/x.pf");
     touch("b/x.pf");

@@ -4,7 +4,7 @@
 
 #include "pf_strtrim.h"
 
-TEST(platformStrtrim, TrimsBothEndsAndMovesTextToBufferStart) {
+TEST(PlatformStrtrim, TrimsBothEndsAndMovesTextToBufferStart) {
     struct Case {
         const char *text, *trimmed;
     } cases[] = {
@@ -24,7 +24,7 @@ TEST(platformStrtrim, TrimsBothEndsAndMovesTextToBufferStart) {
     EXPECT_EQ(strtrim(nullptr), nullptr);
 }
 
-TEST(platformStrtrim, SpaceSetIsExactlySixCharacters) {
+TEST(PlatformStrtrim, SpaceSetIsExactlySixCharacters) {
     const std::string expected = " \t\n\v\f\r";
     for (int c = -1; c < 256; ++c)
         EXPECT_EQ(pf_isspace(c) != 0, c >= 0 && expected.find(static_cast<char>(c)) != std::string::npos)

@@ -14,7 +14,7 @@ void *item(long n) { return reinterpret_cast<void *>(n); }
 
 }  // namespace
 
-TEST(platformTbl, IndexPastEndGrowsWithNullSlotsAndNegativeIndexAppends) {
+TEST(PlatformTbl, IndexPastEndGrowsWithNullSlotsAndNegativeIndexAppends) {
     Tbl *list = newtbl(0);
     ASSERT_NE(list, nullptr);
     EXPECT_EQ(settbl(list, 5, item(6)), 5);
@@ -33,7 +33,7 @@ TEST(platformTbl, IndexPastEndGrowsWithNullSlotsAndNegativeIndexAppends) {
     freetbl(list, nullptr);
 }
 
-TEST(platformTbl, ReleaseHookSeesElementsInIndexOrderSkippingHoles) {
+TEST(PlatformTbl, ReleaseHookSeesElementsInIndexOrderSkippingHoles) {
     Tbl *list = newtbl(1);
     settbl(list, 3, item(3));
     settbl(list, 0, item(9));
@@ -43,7 +43,7 @@ TEST(platformTbl, ReleaseHookSeesElementsInIndexOrderSkippingHoles) {
     EXPECT_EQ(released, (std::vector<long>{9, 3, 4}));
 }
 
-TEST(platformTbl, ImpossibleSizesFailInsteadOfOverflowing) {
+TEST(PlatformTbl, ImpossibleSizesFailInsteadOfOverflowing) {
     EXPECT_EQ(newtbl(LONG_MAX), nullptr);
     Tbl *list = newtbl(1);
     EXPECT_EQ(settbl(list, LONG_MAX, item(1)), -1);
@@ -52,7 +52,7 @@ TEST(platformTbl, ImpossibleSizesFailInsteadOfOverflowing) {
     freetbl(list, nullptr);
 }
 
-TEST(platformTbl, NullListIsEmpty) {
+TEST(PlatformTbl, NullListIsEmpty) {
     EXPECT_EQ(cnttbl(nullptr), 0);
     EXPECT_EQ(gettbl(nullptr, 0), nullptr);
     EXPECT_EQ(settbl(nullptr, 0, item(1)), -1);

@@ -1,5 +1,5 @@
-// Private to the platform layer: the layout of associative blocks and the
-// primitives pfcompile builds trees with. Not installed.
+// Private to the platform layer (kept out of the installed headers): the
+// layout of associative blocks and the primitives pfcompile builds trees with.
 #ifndef TESKPF_PF_TREE_H
 #define TESKPF_PF_TREE_H
 
