@@ -1,5 +1,6 @@
 #include "entries.h"
 
+#include "KeyPath.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
@@ -26,10 +27,8 @@ std::string effectiveConstraints(const TeskPf &pf, int index) {
     std::string own = pf.getConstraints(index, nullptr);
     if (!own.empty()) return own;
     // A top-level key (["k"]) has no enclosing block to fall back to.
-    std::string key = pf.getKey(index);
-    size_t bracket = key.rfind('[');
-    if (bracket == std::string::npos || bracket == 0) return "";
-    return pf.getConstraints(key.substr(0, bracket), nullptr);
+    std::string parent = std::string(teskpf::enclosingKey(pf.getKey(index)));
+    return parent.empty() ? "" : pf.getConstraints(parent, nullptr);
 }
 
 std::string violationText(const TeskPf &pf, int index) {

@@ -11,6 +11,7 @@
 #include "ConstraintParser.h"
 #include "FileLines.h"
 #include "HomeDirectory.h"
+#include "KeyPath.h"
 #include "LevelText.h"
 #include "LineLexer.h"
 #include "Merge.h"
@@ -147,10 +148,9 @@ const Table<TeskPf_Constraint> &TeskPf::getConstraintsTable(int index) const {
     if (constraints->empty()) {
         // Fall back to the enclosing block's annotation, one level up. A
         // top-level entry has no enclosing block and falls back to nothing.
-        const string &key = pflist[index][FIELD_KEY];
-        size_t bracket = key.rfind('[');
-        if (bracket == string::npos || bracket == 0) return none;
-        int parent = key_index.find(pflist, std::string_view(key).substr(0, bracket));
+        std::string_view parent_key = teskpf::enclosingKey(pflist[index][FIELD_KEY]);
+        if (parent_key.empty()) return none;
+        int parent = key_index.find(pflist, parent_key);
         if (parent < 0) return none;
         constraints = &pflist[parent][FIELD_CONSTRAINTS];
     }
