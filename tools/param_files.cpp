@@ -1,34 +1,17 @@
 #include "param_files.h"
 
 #include <cstdlib>
-#include <memory>
-#include <sys/stat.h>
-#include <unistd.h>
 
+#include "FileSearch.h"
 #include "HomeDirectory.h"
-#include "pf_files.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
 
-namespace {
-
-bool isReadableRegularFile(const std::string &path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), R_OK) == 0;
-}
-
-}  // namespace
-
 std::vector<std::string> resolveFiles(const std::string &name) {
     std::string expanded = name;
     teskpf::expandHome(expanded);
-    std::unique_ptr<Tbl, void (*)(Tbl *)> list(pffiles(expanded.c_str(), 0),
-                                               [](Tbl *files) { freetbl(files, nullptr); });
-    std::vector<std::string> files;
-    for (long i = 0; i < cnttbl(list.get()); ++i) files.emplace_back(static_cast<const char *>(gettbl(list.get(), i)));
-    if (files.empty() && isReadableRegularFile(expanded)) files.push_back(expanded);
-    return files;
+    return teskpf::findParameterFiles(expanded);
 }
 
 std::string searchPath() {

@@ -4,12 +4,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <unistd.h>
 
 #include "AtomicFile.h"
 #include "BlockParser.h"
 #include "ConstraintParser.h"
 #include "FileLines.h"
+#include "FileSearch.h"
 #include "HomeDirectory.h"
 #include "KeyPath.h"
 #include "LevelText.h"
@@ -17,8 +17,6 @@
 #include "Merge.h"
 #include "TextGenerator.h"
 #include "ValueCheck.h"
-#include "pf_files.h"
-#include "pf_tbl.h"
 
 using std::string;
 
@@ -33,24 +31,16 @@ TeskPf::TeskPf(string string, int type) {
 
 Table<Table<string>> TeskPf::readPf(string &string) {
     teskpf::expandHome(string);
-
-    std::unique_ptr<Tbl, void (*)(Tbl *)> files(pffiles(string.c_str(), 0), [](Tbl *list) { freetbl(list, nullptr); });
-    if (!files || cnttbl(files.get()) < 1) {
-        if (access(string.c_str(), R_OK) != 0) return {};
-        files.reset(newtbl(1));
-        if (!files || settbl(files.get(), -1, const_cast<char *>(string.c_str())) < 0)
-            throw std::string("TeskPf: out of memory");
-    }
+    std::vector<std::string> files = teskpf::findParameterFiles(string);
 
     // The last file of the search list comes first and wins; only its blank
     // and comment lines are kept.
     int process_nokeys = 1;
     Table<Table<std::string>> merged;
-    for (long i = cnttbl(files.get()) - 1; i >= 0; --i) {
-        std::string fname = static_cast<const char *>(gettbl(files.get(), i));
-        teskpf::LineReader lines(teskpf::readFile(fname));
+    for (auto fname = files.rbegin(); fname != files.rend(); ++fname) {
+        teskpf::LineReader lines(teskpf::readFile(*fname));
         int iline = 0;
-        Table<Table<std::string>> entries = processArr(0, "", fname, iline, lines, process_nokeys);
+        Table<Table<std::string>> entries = processArr(0, "", *fname, iline, lines, process_nokeys);
         if (merged.empty())
             merged = std::move(entries);
         else if (!entries.empty())
