@@ -1,0 +1,227 @@
+// Google Benchmark suites for TeskPf at 1k, 10k, 100k and 1M lines. The
+// parameter files are generated once into a temporary directory at start-up;
+// the query suites share one loaded handle per size.
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "TeskPf.h"
+#include "generate_pf.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const size_t kLineCounts[] = {1000, 10000, 100000, 1000000};
+// Lookups cycle through this many entries: few enough that they stay in cache
+// at every size, so the lookup suites measure the work of a lookup rather than
+// memory latency, which grows with the size of the loaded list.
+constexpr size_t kSampleSize = 256;
+constexpr double kMinSeconds = 0.2;  // keeps the 1M cases to one or two iterations
+
+// The generated files, and a handle for each, loaded on first use.
+class Corpus {
+public:
+    Corpus() {
+        std::string pattern = (fs::temp_directory_path() / "teskpf-bench-XXXXXX").string();
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot create a directory like " + pattern);
+        dir = pattern;
+        for (size_t lines : kLineCounts)
+            teskpf_bench::writeTextFile(path(lines), teskpf_bench::toPfText(teskpf_bench::generateDocument(lines)));
+    }
+    ~Corpus() { fs::remove_all(dir); }
+    Corpus(const Corpus &) = delete;
+    Corpus &operator=(const Corpus &) = delete;
+
+    std::string path(size_t lines) const { return (dir / (std::to_string(lines) + ".pf")).string(); }
+    std::string outputPath() const { return (dir / "out.pf").string(); }
+
+    const TeskPf &handle(size_t lines) {
+        std::unique_ptr<TeskPf> &loaded = handles[lines];
+        if (!loaded) loaded = std::make_unique<TeskPf>(path(lines), 0);
+        return *loaded;
+    }
+
+private:
+    fs::path dir;
+    std::map<size_t, std::unique_ptr<TeskPf>> handles;
+};
+
+Corpus *corpus = nullptr;  // set by main while the benchmarks run
+
+size_t linesOf(const benchmark::State &state) { return static_cast<size_t>(state.range(0)); }
+
+// kSampleSize indices drawn with a fixed seed from the entries `wanted` accepts.
+template <typename Accept>
+std::vector<int> sampleIndices(const TeskPf &pf, Accept wanted) {
+    std::vector<int> candidates;
+    for (int index = 0; index < pf.size(); ++index)
+        if (wanted(index)) candidates.push_back(index);
+    std::vector<int> sample;
+    if (candidates.empty()) return sample;
+    std::mt19937_64 rng(7);
+    for (size_t i = 0; i < kSampleSize; ++i) sample.push_back(candidates[rng() % candidates.size()]);
+    return sample;
+}
+
+std::vector<std::string> keysOf(const TeskPf &pf, const std::vector<int> &indices) {
+    std::vector<std::string> keys;
+    for (int index : indices) keys.push_back(pf.getKey(index));
+    return keys;
+}
+
+// Records the work of the constant-time suites: one item per call.
+void finishLookups(benchmark::State &state) {
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations()));
+    state.SetComplexityN(static_cast<int64_t>(linesOf(state)));
+}
+
+void BM_Load(benchmark::State &state) {
+    const size_t lines = linesOf(state);
+    const std::string path = corpus->path(lines);
+    teskpf_bench::readTextFile(path);
+    for (auto _ : state) {
+        auto pf = std::make_unique<TeskPf>(path, 0);
+        state.PauseTiming();  // destruction is not part of loading
+        pf.reset();
+        state.ResumeTiming();
+    }
+    const auto iterations = static_cast<int64_t>(state.iterations());
+    state.SetBytesProcessed(iterations * static_cast<int64_t>(fs::file_size(path)));
+    state.SetItemsProcessed(iterations * static_cast<int64_t>(lines));
+    state.SetComplexityN(static_cast<int64_t>(lines));
+}
+
+void BM_LookupKey(benchmark::State &state) {
+    const TeskPf &pf = corpus->handle(linesOf(state));
+    const std::vector<int> indices = sampleIndices(pf, [&](int index) { return !pf.getKey(index).empty(); });
+    const std::vector<std::string> keys = keysOf(pf, indices);
+    for (size_t i = 0; i < keys.size(); ++i)
+        if (pf.getEntryIndex(keys[i]) != indices[i]) state.SkipWithError(("lookup misses " + keys[i]).c_str());
+    size_t next = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(pf.getEntryIndex(keys[next]));
+        next = (next + 1) % keys.size();
+    }
+    finishLookups(state);
+}
+
+void BM_LookupIndex(benchmark::State &state) {
+    const TeskPf &pf = corpus->handle(linesOf(state));
+    const std::vector<int> indices = sampleIndices(pf, [](int) { return true; });
+    size_t next = 0;
+    for (auto _ : state) {
+        Table<std::string> entry = pf.getEntry(indices[next]);
+        benchmark::DoNotOptimize(entry.data());
+        next = (next + 1) % indices.size();
+    }
+    finishLookups(state);
+}
+
+// getValue by key, with its verdict and types, on values (not block
+// openings) that carry checks, their own or their list's.
+void BM_GetValue(benchmark::State &state) {
+    const TeskPf &pf = corpus->handle(linesOf(state));
+    Table<int> types;
+    const std::vector<std::string> keys = keysOf(pf, sampleIndices(pf, [&](int index) {
+                                                     std::string value = pf.getValue(index, nullptr, &types);
+                                                     return !types.empty() && value != "&Arr" && value != "&Tbl";
+                                                 }));
+    bool ok = false;
+    for (const std::string &key : keys) {
+        pf.getValue(key, &ok, nullptr);
+        if (!ok) state.SkipWithError(("generated value fails its check: " + key).c_str());
+    }
+    size_t next = 0;
+    for (auto _ : state) {
+        std::string value = pf.getValue(keys[next], &ok, &types);
+        benchmark::DoNotOptimize(value.data());
+        benchmark::DoNotOptimize(ok);
+        next = (next + 1) % keys.size();
+    }
+    finishLookups(state);
+}
+
+// Runs `output`, which returns the size of the text it produced (0 when the
+// text stays inside the library), and records bytes, lines and the size for
+// the linear fit.
+template <typename Output>
+void measureOutput(benchmark::State &state, Output output) {
+    const size_t lines = linesOf(state);
+    const TeskPf &pf = corpus->handle(lines);
+    int64_t bytes = 0;
+    for (auto _ : state) bytes += static_cast<int64_t>(output(pf));
+    if (bytes > 0) state.SetBytesProcessed(bytes);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * lines));
+    state.SetComplexityN(static_cast<int64_t>(lines));
+}
+
+void BM_GetPfString(benchmark::State &state) {
+    measureOutput(state, [](const TeskPf &pf) {
+        std::string text = pf.getPfString();
+        benchmark::DoNotOptimize(text.data());
+        return text.size();
+    });
+}
+
+void BM_Write(benchmark::State &state) {
+    const std::string path = corpus->outputPath();
+    measureOutput(state, [&](const TeskPf &pf) {
+        std::string name = path;
+        pf.write(name);
+        return fs::file_size(name);
+    });
+}
+
+void BM_GetPf(benchmark::State &state) {
+    measureOutput(state, [](const TeskPf &pf) {
+        Pf *tree = nullptr;
+        pf.getPf(&tree);
+        benchmark::DoNotOptimize(tree);
+        pffree(tree);
+        return size_t{0};
+    });
+}
+
+void allSizes(benchmark::internal::Benchmark *family) {
+    for (size_t lines : kLineCounts) family->Arg(static_cast<int64_t>(lines));
+    family->MinTime(kMinSeconds);
+}
+
+void linear(benchmark::internal::Benchmark *family) {
+    allSizes(family);
+    family->Unit(benchmark::kMillisecond)->Complexity(benchmark::oN);
+}
+
+void constant(benchmark::internal::Benchmark *family) {
+    allSizes(family);
+    family->Unit(benchmark::kNanosecond)->Complexity(benchmark::o1);
+}
+
+BENCHMARK(BM_Load)->Apply(linear);
+BENCHMARK(BM_LookupKey)->Apply(constant);
+BENCHMARK(BM_LookupIndex)->Apply(constant);
+BENCHMARK(BM_GetValue)->Apply(constant);
+BENCHMARK(BM_GetPfString)->Apply(linear);
+BENCHMARK(BM_Write)->Apply(linear);
+BENCHMARK(BM_GetPf)->Apply(linear);
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    Corpus files;
+    corpus = &files;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    corpus = nullptr;
+    return 0;
+}
