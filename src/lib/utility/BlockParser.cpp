@@ -20,20 +20,18 @@ struct OpenBlock {
 
 bool opens(std::string_view value, std::string_view marker) { return value.substr(0, 5) == marker; }
 
-// Appends the decimal digits of `number`.
-void appendNumber(std::string &text, long number) {
+// `prefix` followed by a number: "file.pf:12", or "[3]" with brackets. The
+// text is assembled in place so that it is allocated once, at its exact size.
+std::string withNumber(std::string_view prefix, long number, std::string_view open = {},
+                       std::string_view close = {}) {
     char digits[24];
-    auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    text.append(digits, static_cast<size_t>(end - digits));
-}
-
-// `prefix` followed by a number: "file.pf:12", or "[3]" with brackets.
-std::string withNumber(const std::string &prefix, long number, const char *open = "", const char *close = "") {
-    std::string text;
-    text.reserve(prefix.size() + 24);
-    text.append(prefix).append(open);
-    appendNumber(text, number);
-    text.append(close);
+    size_t count = static_cast<size_t>(std::to_chars(digits, digits + sizeof digits, number).ptr - digits);
+    std::string text(prefix.size() + open.size() + count + close.size(), '\0');
+    char *out = text.data();
+    for (std::string_view part : {prefix, open, std::string_view(digits, count), close}) {
+        part.copy(out, part.size());
+        out += part.size();
+    }
     return text;
 }
 
@@ -64,6 +62,7 @@ EntryList parseBlock(const BlockStart &start, const std::string &fname, int &ili
 
     const size_t budget = keyPathBudget(lines.bytes());
     size_t key_bytes = 0;
+    result.reserve(lines.remainingLines());
     std::vector<OpenBlock> open;
     open.push_back({start.key_prefix, std::to_string(start.level), start.level, start.is_list, 0});
 

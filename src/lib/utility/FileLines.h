@@ -1,6 +1,7 @@
 // A file's text, handed out one line at a time.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,13 @@ public:
         std::string_view line(text.data() + position, end - position);
         position = end + 1;
         return line;
+    }
+
+    // How many lines are left to take.
+    size_t remainingLines() const {
+        if (empty()) return 0;
+        size_t feeds = static_cast<size_t>(std::count(text.begin() + static_cast<long>(position), text.end(), '\n'));
+        return text.back() == '\n' ? feeds : feeds + 1;
     }
 
     // Size of the whole text in bytes.
