@@ -18,7 +18,7 @@ install(TARGETS teskpf
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
-# TeskPf.h includes KeyIndex.h, Array.h, Table.h and pf_compile.h (which
+# TeskPf.h includes KeyIndex.h (with EntryList.h), Array.h, Table.h and pf_compile.h (which
 # includes pf_tbl.h); the other platform headers come along for pffiles & co.
 file(GLOB teskpf_platform_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/pf_*.h)
 install(FILES
@@ -26,6 +26,7 @@ install(FILES
   ${PROJECT_SOURCE_DIR}/include/Array.h
   ${PROJECT_SOURCE_DIR}/src/lib/utility/TeskPf.h
   ${PROJECT_SOURCE_DIR}/src/lib/utility/KeyIndex.h
+  ${PROJECT_SOURCE_DIR}/src/lib/utility/EntryList.h
   ${teskpf_platform_headers}
   DESTINATION ${TESKPF_INSTALL_INCLUDEDIR})
 

@@ -7,7 +7,7 @@
 
 #include "ConstraintParser.h"
 #include "FileLines.h"
-#include "KeyIndex.h"
+#include "EntryList.h"
 
 namespace teskpf {
 

@@ -9,10 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Table.h"
-
-using Entry = Table<std::string>;
-using EntryList = Table<Entry>;
+#include "EntryList.h"
 
 class KeyIndex {
 public:

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "KeyIndex.h"
 #include "LevelText.h"
 #include "TeskPf.h"
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "KeyIndex.h"
+#include "EntryList.h"
 
 namespace teskpf {
 
