@@ -44,4 +44,9 @@ std::string typedLiteral(const Node &node);
 // two blanks, `marker` ("#" or ";"), a blank, the remark; empty without one.
 std::string trailingComment(const Node &node, const char *marker);
 
+// Writes a blank or comment node as a line of its own (`indent`, `marker`, a
+// blank, the note) and answers true; answers false for any other node, which
+// the caller writes in its format.
+bool appendNoteLine(const Node &node, const std::string &indent, const char *marker, std::string &out);
+
 }  // namespace teskpf_bench

@@ -9,14 +9,7 @@ std::string quoted(const std::string &text) { return text.find(' ') == std::stri
 // arrays.
 void appendMember(const Node &node, int depth, bool in_list, std::string &out) {
     const std::string indent(static_cast<size_t>(depth) * 2, ' ');
-    if (node.kind == Node::Blank) {
-        out += '\n';
-        return;
-    }
-    if (node.kind == Node::Comment) {
-        out += indent + "; " + node.note + '\n';
-        return;
-    }
+    if (appendNoteLine(node, indent, ";", out)) return;
     out += indent + (in_list ? "\"\"" : node.key);
     if (node.kind == Node::Scalar) out += " " + quoted(node.value);
     out += trailingComment(node, ";") + '\n';

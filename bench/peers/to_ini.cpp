@@ -15,14 +15,7 @@ void appendSection(const Node &block, const std::string &section, std::string &o
     std::vector<std::pair<std::string, const Node *>> nested;
     size_t position = 0;
     for (const Node &member : block.members) {
-        if (member.kind == Node::Blank) {
-            out += '\n';
-            continue;
-        }
-        if (member.kind == Node::Comment) {
-            out += "; " + member.note + '\n';
-            continue;
-        }
+        if (appendNoteLine(member, "", ";", out)) continue;
         std::string name = block.kind == Node::Tbl ? std::to_string(position++) : member.key;
         if (member.kind != Node::Scalar) {
             nested.emplace_back(section.empty() ? name : section + "." + name, &member);

@@ -15,10 +15,8 @@ void appendMembers(const Node &block, int depth, std::string &out) {
         const std::string end = !list ? ";" : &member == last ? "" : ",";
         switch (member.kind) {
             case Node::Blank:
-                out += '\n';
-                break;
             case Node::Comment:
-                out += indent + "# " + member.note + '\n';
+                appendNoteLine(member, indent, "#", out);
                 break;
             case Node::Scalar:
                 out += indent + (list ? "" : member.key + " = ") + typedLiteral(member) + end +

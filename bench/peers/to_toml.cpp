@@ -28,11 +28,8 @@ std::string inlineValue(const Node &node, std::vector<std::string> &comments) {
 void appendElements(const Node &list, int depth, std::string &out) {
     const std::string indent(static_cast<size_t>(depth) * 2, ' ');
     for (const Node &member : list.members) {
-        if (member.kind == Node::Blank) {
-            out += '\n';
-        } else if (member.kind == Node::Comment) {
-            out += indent + "# " + member.note + '\n';
-        } else if (member.kind == Node::Tbl) {
+        if (appendNoteLine(member, indent, "#", out)) continue;
+        if (member.kind == Node::Tbl) {
             out += indent + "[" + trailingComment(member, "#") + '\n';
             appendElements(member, depth + 1, out);
             out += indent + "],\n";
@@ -54,11 +51,8 @@ void appendTable(const Node &block, const std::string &path, std::string &out) {
     if (!path.empty()) out += "\n[" + path + "]" + trailingComment(block, "#") + '\n';
     std::vector<std::pair<std::string, const Node *>> nested;
     for (const Node &member : block.members) {
-        if (member.kind == Node::Blank) {
-            out += '\n';
-        } else if (member.kind == Node::Comment) {
-            out += "# " + member.note + '\n';
-        } else if (member.kind == Node::Arr) {
+        if (appendNoteLine(member, "", "#", out)) continue;
+        if (member.kind == Node::Arr) {
             nested.emplace_back(path.empty() ? member.key : path + "." + member.key, &member);
         } else if (member.kind == Node::Tbl) {
             out += member.key + " = [" + trailingComment(member, "#") + '\n';

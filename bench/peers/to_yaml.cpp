@@ -7,14 +7,7 @@ namespace {
 // A block member's content starts on the next line, indented one step more.
 void appendMember(const Node &node, int depth, bool in_list, std::string &out) {
     const std::string indent(static_cast<size_t>(depth) * 2, ' ');
-    if (node.kind == Node::Blank) {
-        out += '\n';
-        return;
-    }
-    if (node.kind == Node::Comment) {
-        out += indent + "# " + node.note + '\n';
-        return;
-    }
+    if (appendNoteLine(node, indent, "#", out)) return;
     out += indent + (in_list ? "-" : node.key + ":");
     if (node.kind == Node::Scalar) out += " " + node.value;
     out += trailingComment(node, "#") + '\n';
