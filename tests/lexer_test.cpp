@@ -1,25 +1,12 @@
-#include <string>
-
+// One line split into key, value, comment and annotation, and trimming.
 #include <gtest/gtest.h>
 
 #include "LineLexer.h"
-#include "TeskPf.h"
+#include "test_support.h"
 
-using teskpf::LineFields;
-
-namespace {
-
-struct LexCase {
-    const char *line;
-    bool in_list;
-    const char *key;
-    const char *value;
-    const char *comment;
-    const char *constraints;
-};
-
-// Lines as the block parser hands them over, and the four fields expected.
-const LexCase lex_cases[] = {
+// Lines as the block parser hands them over (inside a list block or not), and
+// the key, value, comment and constraints expected.
+const std::tuple<const char *, bool, const char *, const char *, const char *, const char *> lex_cases[] = {
     {"name value", false, "name", "value", "", ""},
     {"name\tred  and  blue  # two colours", false, "name", "red  and  blue", "# two colours", ""},
     {"# just a comment", false, "", "", "# just a comment", ""},
@@ -42,7 +29,6 @@ const LexCase lex_cases[] = {
     {"path a\\\\#b", false, "path", "a\\#b", "", ""},
     {"a\\#b c", false, "a\\#b", "c", "", ""},
     {"first item # c", true, "", "first item", "# c", ""},
-    // Further corner cases.
     {"", false, "", "", "", ""},
     {" \t \t ", false, "", "", "", ""},
     {"flag", true, "", "flag", "", ""},
@@ -51,38 +37,18 @@ const LexCase lex_cases[] = {
     {"k a\\b\\ #x", false, "k", "a\\b\\", "#x", ""},
 };
 
-}  // namespace
-
-TEST(LineLexer, SplitsEachLineIntoItsFourFields) {
-    LineFields fields;  // reused on purpose: nothing may leak from one line to the next
-    for (const LexCase &c : lex_cases) {
-        SCOPED_TRACE(std::string("line '") + c.line + "' in_list=" + std::to_string(c.in_list));
-        teskpf::lexLine(c.line, c.in_list, fields);
-        EXPECT_EQ(fields.key, c.key);
-        EXPECT_EQ(fields.value, c.value);
-        EXPECT_EQ(fields.comment, c.comment);
-        EXPECT_EQ(fields.constraints, c.constraints);
+TEST(LineLexer, SplitsEachLineIntoItsFourFieldsAndTrims) {
+    teskpf::LineFields fields;  // reused on purpose: nothing may leak from one line to the next
+    for (const auto &[line, in_list, key, value, comment, constraints] : lex_cases) {
+        teskpf::lexLine(line, in_list, fields);
+        EXPECT_EQ((std::vector<std::string_view>{fields.key, fields.value, fields.comment, fields.constraints}),
+                  (std::vector<std::string_view>{key, value, comment, constraints}))
+            << "line '" << line << "' in a list: " << in_list;
     }
-}
-
-TEST(LineLexer, TrimReplaceAndUnescape) {
+    // Trimming cuts the text at its first NUL character.
     using Pair = std::pair<std::string, std::string>;
-    for (const Pair &c : {Pair{" \t\r\n", ""}, Pair{"\t a b \t", "a b"}, Pair{std::string(" ab \0cd", 7), "ab"}}) {
-        std::string text = c.first;
+    for (auto [text, trimmed] : {Pair{" \t\r\n", ""}, Pair{"\t a b \t", "a b"}, Pair{{" ab \0cd", 7}, "ab"}}) {
         teskpf::trimInPlace(text);
-        EXPECT_EQ(text, c.second) << "input of size " << c.first.size();
+        EXPECT_EQ(text, trimmed);
     }
-    const struct {
-        const char *text, *from, *to, *out;
-    } replacements[] = {{"a\tb\t\tc\t", "\t", " ", "a b  c "}, {"[\"a\"]", "\"]", "}", "[\"a}"},
-                        {"x\"", "\"]", "}", "x\""}, {"aaa", "aa", "b", "ba"}, {"ab", "a", "aa", "aab"}};
-    for (const auto &c : replacements) EXPECT_EQ(teskpf::replaceAll(c.text, c.from, c.to), c.out) << c.text;
-
-    for (const Pair &c : {Pair{"a\\#b", "a#b"}, Pair{"\\#\\#", "##"}, Pair{"a\\b", "a\\b"}, Pair{"end\\", "end\\"},
-                          Pair{"a\\\\#b", "a\\#b"}}) {
-        EXPECT_EQ(teskpf::unescape(c.first), c.second) << c.first;
-        EXPECT_EQ(TeskPf::unescapeValue(c.first), c.second) << c.first;
-    }
-    for (const char *text : {"a#b", "\\#", "##\\", "x\\\\#y"})
-        EXPECT_EQ(TeskPf::unescapeValue(TeskPf::escapeValue(text)), text) << text;
 }

@@ -1,62 +1,105 @@
-// Helpers shared by the tests: throw-away directories and environment
-// variables that are put back when the test ends.
+// Helpers shared by the tests: throw-away directories; environment, working
+// directory and clock put back when the test ends; file contents, thrown
+// messages and entry records as text.
 #pragma once
 
 #include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <optional>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+#include "TeskPf.h"
+#include "pf_clock.h"
 
 namespace test_support {
+
+namespace fs = std::filesystem;
+using Rows = std::vector<std::string>;
 
 // A fresh directory under the system's temp directory, removed with
 // everything in it when the object goes away.
 class TempDir {
 public:
     TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "teskpf_test.XXXXXX").string();
+        std::string pattern = (fs::temp_directory_path() / "teskpf_test.XXXXXX").string();
         if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed for " + pattern);
         dir = pattern;
     }
-    ~TempDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
-    }
-    TempDir(const TempDir &) = delete;
-    TempDir &operator=(const TempDir &) = delete;
-
+    ~TempDir() { fs::remove_all(dir, ignored); }
     const std::string &path() const { return dir; }
 
     // Writes path()/name (subdirectories created as needed); returns its path.
     std::string write(const std::string &name, const std::string &content) const {
-        std::filesystem::path file = std::filesystem::path(dir) / name;
-        std::filesystem::create_directories(file.parent_path());
+        fs::path file = fs::path(dir) / name;
+        fs::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << content;
         return file.string();
     }
 
 private:
     std::string dir;
+    std::error_code ignored;  // a directory that cannot be removed is left behind
 };
 
-// Sets an environment variable until the object goes away, then restores
-// the previous value or unsets it.
-class ScopedEnv {
-public:
-    ScopedEnv(std::string name, const std::string &value) : name(std::move(name)) {
+// Sets an environment variable (unsets it for nullptr) until the object goes
+// away, then restores the previous value or unsets it.
+struct ScopedEnv {
+    ScopedEnv(std::string name, const char *value) : name(std::move(name)) {
         if (const char *old = getenv(this->name.c_str())) previous = old;
-        setenv(this->name.c_str(), value.c_str(), 1);
+        value ? setenv(this->name.c_str(), value, 1) : unsetenv(this->name.c_str());
     }
+    ScopedEnv(std::string name, const std::string &value) : ScopedEnv(std::move(name), value.c_str()) {}
     ~ScopedEnv() { previous ? setenv(name.c_str(), previous->c_str(), 1) : unsetenv(name.c_str()); }
-    ScopedEnv(const ScopedEnv &) = delete;
-    ScopedEnv &operator=(const ScopedEnv &) = delete;
-
-private:
-    std::string name;
+    const std::string name;
     std::optional<std::string> previous;
 };
+
+// Makes `dir` the working directory until the object goes away.
+struct ScopedCwd {
+    explicit ScopedCwd(const std::string &dir) { fs::current_path(dir); }
+    ~ScopedCwd() { fs::current_path(previous); }
+    const fs::path previous = fs::current_path();
+};
+
+// Pins the platform clock to `seconds` (which may change meanwhile) until the
+// object goes away.
+struct PinnedClock {
+    explicit PinnedClock(double at) {
+        seconds = at;
+        pf_set_clock_for_testing([] { return seconds; });
+    }
+    ~PinnedClock() { pf_set_clock_for_testing(nullptr); }
+    static inline double seconds = 0;
+};
+
+inline std::string readText(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// The message `action` throws as a std::string; "" when it throws nothing.
+inline std::string thrown(const std::function<void()> &action) {
+    try { action(); } catch (const std::string &message) { return message; }
+    return "";
+}
+
+// An entry record as one text, its fields joined by "|"; `from` skips fields.
+inline std::string row(const Table<std::string> &entry, size_t from = 0) {
+    std::string out;
+    for (size_t i = from; i < entry.size(); ++i) out += (i > from ? "|" : "") + entry[i];
+    return out;
+}
+
+inline Rows rows(const Table<Table<std::string>> &list, size_t from = 0) {
+    Rows out;
+    for (const auto &entry : list) out.push_back(row(entry, from));
+    return out;
+}
 
 }  // namespace test_support

@@ -1,0 +1,111 @@
+// The platform layer: lists, trimming, clock, search path and compiled trees.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <ctime>
+
+#include <gtest/gtest.h>
+
+#include "pf_platform.h"
+#include "test_support.h"
+
+using namespace test_support;
+
+static std::string repeated(const std::string &piece, int times) {
+    std::string out;
+    while (times-- > 0) out += piece;
+    return out;
+}
+
+TEST(Platform, TrimmingAndClock) {
+    // Trimming removes exactly the six ASCII white-space characters, whatever the locale.
+    std::string text = " \t\n\v\f\r\xa0 a \xa0\r\n";
+    EXPECT_EQ(strtrim(text.data()), text.data());
+    EXPECT_STREQ(text.c_str(), "\xa0 a \xa0");
+    for (int c = -1; c < 256; ++c) EXPECT_EQ(pf_isspace(c) != 0, c > 0 && strchr(" \t\n\v\f\r", c)) << c;
+    EXPECT_NEAR(std_now(), static_cast<double>(time(nullptr)), 5.0);  // unless a test pins it
+}
+
+TEST(Platform, SearchPathCandidates) {
+    TempDir dir;
+    ScopedCwd cwd(dir.path());
+    for (const char *file : {"a/x.pf", "b/x.pf", "c/x.pf", "c/y", "y.pf", "x.pf", "b/real.pf", "d/u.pf", "e/u.pf"})
+        dir.write(file, "x 1\n");
+    chmod("d/u.pf", 0);
+    fs::create_directory("a/z.pf");
+    fs::create_symlink(fs::absolute("b/real.pf"), "c/z.pf");
+    fs::create_symlink("nowhere.pf", "b/z.pf");
+    using Paths = std::vector<std::string>;
+    const std::string long_dir(10000, 'd');
+    const std::tuple<const char *, std::string, Paths> cases[] = {
+        {"c:a:b", "x", {"c/x.pf", "a/x.pf", "b/x.pf"}},
+        {"b", "x.pf", {"b/x.pf"}},                // no second suffix
+        {"::a::c:", "x", {"a/x.pf", "c/x.pf"}},   // empty components skipped
+        {"a/:c//", "x", {"a/x.pf", "c/x.pf"}},    // exactly one "/" between
+        {"missing:b", "x", {"b/x.pf"}},           // missing directory skipped
+        {"c", "y", {}},                           // "y" exists, "y.pf" does not
+        {"c", "c/y", {}},                         // same with a path
+        {"a:b", "c/x", {"c/x.pf"}},               // a path ignores PFPATH
+        {"a", "./y.pf", {"./y.pf"}},
+        {"a", "none", {}},
+        {"", "x", {"./x.pf"}},                    // empty PFPATH is "."
+        {":", "x", {"./x.pf"}},
+        {nullptr, "x", {"./x.pf"}},               // so is an unset one
+        {"a", "", {}},
+        {"a", std::string(5000, 'n'), {}},        // long names need no fixed buffer
+        {long_dir.c_str(), "x", {}},
+        {"a:b:c", "z", {"c/z.pf"}},               // regular files only, symlinks followed
+        {"d:e", "u", geteuid() ? Paths{"e/u.pf"} : Paths{"d/u.pf", "e/u.pf"}},  // unreadable skipped (root reads all)
+    };
+    for (const auto &[pfpath, name, expected] : cases) {
+        ScopedEnv env("PFPATH", pfpath);
+        Paths found;
+        Tbl *list = pffiles(name.c_str(), 0);
+        for (long i = 0; i < cnttbl(list); ++i) found.emplace_back(static_cast<const char *>(gettbl(list, i)));
+        freetbl(list, nullptr);
+        EXPECT_EQ(found, expected) << "PFPATH=" << (pfpath ? pfpath : "(unset)") << " name=" << name.substr(0, 40);
+    }
+    EXPECT_EQ(pffiles("x", 1), nullptr);
+}
+
+// Compiled trees as applications walk them; that the values are those of the
+// handle's text is tested with the writer.
+TEST(Platform, CompiledTreeLookupsAndErrors) {
+    std::string text = "name first\n\\#odd key\nchan &Arr{ ignored\n  list &Tbl{\n    x\n    &Arr{\n    }\n  }\n}\n"
+                       "name second\n";
+    Pf *pf = nullptr;
+    ASSERT_EQ(pfcompile(text.data(), &pf), 0);
+    EXPECT_EQ((std::vector<std::string>{pfkey(pf, 0), pfkey(pf, 1), pfkey(pf, 2), pfvalue(pf, "[\"\\#odd\"]")}),
+              (std::vector<std::string>{"name", "\\#odd", "chan", "key"}));  // a redefinition keeps the first position
+    Pf *list = pfget(pf, "[\"chan\"][\"list\"]");
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ((std::vector<long>{pfcount(pf), list->type, pfcount(list), pfchild(list, 1)->type, list->filled_out}),
+              (std::vector<long>{3, PF_TBL, 2, PF_ARR, 1}));
+    EXPECT_EQ((std::vector<Pf *>{pf->parent, list->parent, pfget(pf, "")}),
+              (std::vector<Pf *>{nullptr, pfget(pf, "[\"chan\"]"), pf}));
+    // Malformed paths, and components that do not fit their block, find nothing.
+    for (const char *path : {"name", "[", "[\"name\"", "[\"name\"]x", "[]", "[x]", "[1", "[-1]", "[0]", "[\"chan\"]",
+                             "[\"chan\"][\"list\"][3]", "[\"chan\"][\"list\"][\"x\"]", "[\"chan\"][\"nope\"]",
+                             "[\"name\"][\"x\"]", "[\"chan\"][\"list\"][99999999999999999999999]"})
+        EXPECT_EQ(pfvalue(pf, path), nullptr) << path;
+    EXPECT_EQ(pfkey(list, 0), nullptr);  // list members have no key
+    pffree(pf);
+    // Errors leave the result untouched; deep nesting needs no recursion.
+    const std::pair<std::string, int> errors[] = {
+        {"}", PF_ERR_STRAY_CLOSE}, {"a 1\n  } # closing nothing", PF_ERR_STRAY_CLOSE}, {"a &Arr{\n}\n}", PF_ERR_STRAY_CLOSE},
+        {"a &Arr{", PF_ERR_UNCLOSED}, {"a &Tbl{\n  x\n  &Arr{\n  }\n", PF_ERR_UNCLOSED}, {"a &Arr{\n # }\n", PF_ERR_UNCLOSED},
+        {"l &Tbl{\n" + repeated("&Tbl{\n", 1000000), PF_ERR_UNCLOSED}};
+    Pf sentinel{};
+    pf = &sentinel;
+    for (auto [bad, error] : errors) EXPECT_EQ(pfcompile(bad.data(), &pf), error) << bad.substr(0, 40);
+    EXPECT_EQ(pfcompile(nullptr, &pf), PF_ERR_ARGUMENT);
+    EXPECT_EQ(pf, &sentinel);
+    EXPECT_EQ(pfcompile(const_cast<char *>(""), nullptr), PF_ERR_ARGUMENT);
+    std::string deep = repeated("a &Arr{\n", 1000000) + repeated("}\n", 1000000);
+    ASSERT_EQ(pfcompile(deep.data(), &pf), 0);
+    const Pf *node = pfget(pf, repeated("[\"a\"]", 1000000).c_str());
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(pfcount(node), 0);
+    pffree(pf);
+}
