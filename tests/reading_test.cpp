@@ -1,6 +1,7 @@
 // Reading: constraint annotations, blocks, loading and merging files along
 // the search path, "~" expansion, and queries on the entry list.
 #include <pwd.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <memory>
@@ -9,6 +10,7 @@
 
 #include "BlockParser.h"
 #include "ConstraintParser.h"
+#include "HomeDirectory.h"
 #include "test_support.h"
 
 using namespace test_support;
@@ -154,6 +156,25 @@ TEST(Loading, TildeExpandsToTheHomeDirectoryOfTheUserDatabase) {
     std::ofstream(file) << "k v\n";
     ScopedEnv otherHome("HOME", "/nonexistent");  // the user database must win over $HOME
     EXPECT_EQ(rows(TeskPf("~" + file.substr(home.size()), 0).getList()), Rows{file + ":0|0|[\"k\"]|v||"});
+}
+
+// Without a user database entry "~" falls back to $HOME, and with neither it
+// is an error. Runs in a child that drops to a uid nobody has.
+TEST(Loading, TildeFallsBackToHomeWithoutAUserDatabaseEntry) {
+    if (geteuid() != 0 || getpwuid(54321)) GTEST_SKIP() << "needs root and a uid without an entry";
+    pid_t child = fork();
+    if (child == 0) {
+        if (setuid(54321) != 0) _exit(2);
+        setenv("HOME", "/fallback", 1);
+        std::string name = "~/x.pf";
+        teskpf::expandHome(name);
+        unsetenv("HOME");
+        std::string error = thrown([] { std::string none = "~/x"; teskpf::expandHome(none); });
+        _exit(name == "/fallback/x.pf" && error.find("no home directory") != std::string::npos ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
 }
 
 // The display listing shows each entry's fields; the queries by index return
