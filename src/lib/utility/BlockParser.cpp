@@ -1,6 +1,7 @@
 #include "BlockParser.h"
 
 #include <charconv>
+#include <limits>
 #include <vector>
 
 #include "ConstraintParser.h"
@@ -71,6 +72,8 @@ EntryList parseBlock(const BlockStart &start, const std::string &fname, int &ili
     bool registered_any = false;
     std::string source_prefix = fname + ":";
     while (!open.empty() && !lines.empty()) {
+        if (iline == std::numeric_limits<int>::max())
+            throw fname + ": more than " + std::to_string(iline) + " lines; the line counter cannot go on";
         std::string_view line = trimmed(lines.next());
         ++iline;
         if (!line.empty() && line[0] == '}') {
