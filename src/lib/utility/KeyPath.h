@@ -14,4 +14,14 @@ inline std::string_view enclosingKey(std::string_view key) {
     return key.substr(0, bracket);
 }
 
+// The key as written on the entry's line: the name inside the last "[\"...\"]"
+// component. Empty for a list member ([n]) and for text without "[".
+inline std::string_view writtenKey(std::string_view key) {
+    size_t p = key.rfind('[');
+    if (p == std::string_view::npos || p + 1 >= key.size() || key[p + 1] != '"') return {};
+    // A key shorter than the closing "\"]" runs to its end.
+    size_t end = key.size() >= p + 4 ? key.size() - 2 : key.size();
+    return key.substr(p + 2, end - (p + 2));
+}
+
 }  // namespace teskpf

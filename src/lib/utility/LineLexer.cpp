@@ -34,6 +34,13 @@ std::string unescape(std::string_view value) {
     return out;
 }
 
+void appendEscaped(std::string &out, std::string_view value) {
+    for (char c : value) {
+        if (c == '#') out += '\\';
+        out += c;
+    }
+}
+
 std::string replaceAll(std::string_view text, std::string_view from, std::string_view to) {
     std::string out;
     out.reserve(text.size());

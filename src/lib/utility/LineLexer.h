@@ -36,6 +36,9 @@ void trimInPlace(std::string &text);
 // Drops every backslash that stands right before a "#".
 std::string unescape(std::string_view value);
 
+// Appends `value` with a backslash put in front of every "#".
+void appendEscaped(std::string &out, std::string_view value);
+
 // Replaces every occurrence of `from` (non-empty) by `to`, left to right,
 // without overlaps; the inserted text is not searched again.
 std::string replaceAll(std::string_view text, std::string_view from, std::string_view to);

@@ -250,19 +250,11 @@ string TeskPf::unescapeValue(string value) { return teskpf::unescape(value); }
 string TeskPf::escapeValue(string value) {
     string out;
     out.reserve(value.size());
-    for (char c : value) {
-        if (c == '#') out += '\\';
-        out += c;
-    }
+    teskpf::appendEscaped(out, value);
     return out;
 }
 
-string TeskPf::key2Pfkey(string key) {
-    size_t p = key.rfind('[');
-    if (p == string::npos || p + 1 >= key.size() || key[p + 1] != '"') return "";
-    long count = static_cast<long>(key.size()) - static_cast<long>(p) - 4;
-    return count < 0 ? key.substr(p + 2) : key.substr(p + 2, static_cast<size_t>(count));
-}
+string TeskPf::key2Pfkey(string key) { return string(teskpf::writtenKey(key)); }
 
 string TeskPf::key2Perl(string key) {
     replace(key, "[\"", "{");

@@ -3,6 +3,7 @@
 #include <climits>
 #include <cmath>
 
+#include "KeyPath.h"
 #include "LevelText.h"
 #include "LineLexer.h"
 #include "TeskPf.h"
@@ -53,8 +54,9 @@ std::string generateText(const EntryList &list) {
             revision = revisionLine();
             continue;
         }
-        std::string key = TeskPf::key2Pfkey(entry[FIELD_KEY]);
-        std::string value = TeskPf::escapeValue(entry[FIELD_VALUE]);
+        // Escaping only adds backslashes, so the tests below read the stored value.
+        std::string_view key = writtenKey(entry[FIELD_KEY]);
+        const std::string &value = entry[FIELD_VALUE];
         std::string comment = writtenComment(entry[FIELD_COMMENT], entry[FIELD_CONSTRAINTS]);
 
         closeBlocks(out, depth, level);
@@ -72,7 +74,7 @@ std::string generateText(const EntryList &list) {
             ++depth;
         } else {
             if (!key.empty()) out.append("\t");
-            out.append(value);
+            appendEscaped(out, value);
         }
         if (!comment.empty()) out.append("\t").append(comment);
         out.append("\n");
