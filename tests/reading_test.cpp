@@ -66,31 +66,28 @@ TEST(ConstraintParser, ParsesAndRegistersAnnotationTexts) {
     }
 }
 
-// Lines of file "f" read at the top level: the entries, and the number of
-// lines taken.
+// Entry records of one file: blocks, list positions, comments kept or
+// dropped, a top-level closing line ending the file, unclosed blocks.
 TEST(BlockParser, ReadsBlocks) {
-    const std::tuple<const char *, bool, Rows, int> cases[] = {  // text, keep comments, entries, lines
-        {"", true, {}, 0},
-        {"# c\n\na 1", false, {"f:2|0|[\"a\"]|1||"}, 3},  // comments dropped but counted
+    const std::tuple<const char *, bool, Rows> cases[] = {  // text, keep comments, entries
+        {"", true, {}},
+        {"# c\n\na 1", false, {"f:2|0|[\"a\"]|1||"}},  // comments dropped but counted
         // Braces on one line open a block; text after a closing brace is ignored.
-        {"a &Arr{}\nb 1\n} # done\nc 2", true, {"f:0|0|[\"a\"]|&Arr||", "f:1|1|[\"a\"][\"b\"]|1||", "f:3|0|[\"c\"]|2||"}, 4},
+        {"a &Arr{}\nb 1\n} # done\nc 2", true, {"f:0|0|[\"a\"]|&Arr||", "f:1|1|[\"a\"][\"b\"]|1||", "f:3|0|[\"c\"]|2||"}},
         // List positions skip comments; text after the brace is dropped.
         {"t &Tbl{ junk #<int>\nx\n# note\ny # why\n}", true,
-         {"f:0|0|[\"t\"]|&Tbl|#|<int>", "f:1|1|[\"t\"][0]|x||", "f:2|1|||# note|", "f:3|1|[\"t\"][1]|y|# why|"}, 5},
-        {"a 1\n } \nb 2", true, {"f:0|0|[\"a\"]|1||"}, 2},  // a top-level closing line ends the file
+         {"f:0|0|[\"t\"]|&Tbl|#|<int>", "f:1|1|[\"t\"][0]|x||", "f:2|1|||# note|", "f:3|1|[\"t\"][1]|y|# why|"}},
+        {"a 1\n } \nb 2", true, {"f:0|0|[\"a\"]|1||"}},  // a top-level closing line ends the file
         {"a &Tbl{\n&Tbl{\nx\ny\n&Arr{\nk v", true,       // unclosed nested blocks
          {"f:0|0|[\"a\"]|&Tbl||", "f:1|1|[\"a\"][0]|&Tbl||", "f:2|2|[\"a\"][0][0]|x||", "f:3|2|[\"a\"][0][1]|y||",
-          "f:4|2|[\"a\"][0][2]|&Arr||", "f:5|3|[\"a\"][0][2][\"k\"]|v||"}, 6},
+          "f:4|2|[\"a\"][0][2]|&Arr||", "f:5|3|[\"a\"][0][2][\"k\"]|v||"}},
         // A marker without its brace is a plain value; keys go into the path unchanged.
         {"a &Arr\n{\nb &Tblx\nk\"[1] v", true,
-         {"f:0|0|[\"a\"]|&Arr||", "f:1|0|[\"{\"]|||", "f:2|0|[\"b\"]|&Tblx||", "f:3|0|[\"k\"[1]\"]|v||"}, 4},
+         {"f:0|0|[\"a\"]|&Arr||", "f:1|0|[\"{\"]|||", "f:2|0|[\"b\"]|&Tblx||", "f:3|0|[\"k\"[1]\"]|v||"}},
     };
-    for (const auto &[text, keep_comments, expected, lines_taken] : cases) {
-        teskpf::LineReader lines(text);
+    for (const auto &[text, keep_comments, expected] : cases) {
         teskpf::ConstraintTables tables;
-        int iline = 0;
-        EXPECT_EQ(rows(teskpf::parseBlock({0, "", false}, "f", iline, lines, keep_comments, tables)), expected) << text;
-        EXPECT_EQ(iline, lines_taken) << text;
+        EXPECT_EQ(rows(teskpf::entryRecords(teskpf::ParsedFile("f", text), keep_comments, tables)), expected) << text;
     }
 }
 

@@ -1,31 +1,20 @@
-// The block parser: turns the lines of one parameter file into its entry list.
-// Nested "&Arr{" and "&Tbl{" blocks are followed with an explicit stack, so
-// the nesting depth is not limited by the call stack.
+// The classic entry records of one parsed file: six text fields per entry
+// (source, level, key path, value, comment, constraints), in file order.
 #pragma once
 
 #include <string>
 
 #include "ConstraintParser.h"
-#include "FileLines.h"
 #include "EntryList.h"
+#include "detail/ParsedFile.h"
 
 namespace teskpf {
 
-struct BlockStart {
-    int level;               // nesting depth of the block
-    std::string key_prefix;  // key path of the block; "" at a file's top level
-    bool is_list;            // a "&Tbl{" block rather than an "&Arr{" one
-};
-
-// Reads the block `start` from the lines `lines` still holds; `iline` counts
-// every line taken (the block's closing line included). Nested
-// blocks are read as they come. Every member line's constraint text is
-// registered in `constraints`. Blank and comment-only lines give entries only
-// when `keep_comments` is set. Throws a std::string for a line without a key
-// in an associative block, and when the key paths of the file grow beyond a
-// size that only absurd nesting reaches (see keyPathBudget).
-EntryList parseBlock(const BlockStart &start, const std::string &fname, int &iline, LineReader &lines,
-                     bool keep_comments, ConstraintTables &constraints);
+// The entry records of `file`. Every member line's constraint text is
+// registered in `constraints`. Blank and comment-only lines give records only
+// when `keep_comments` is set. Throws a std::string when the key paths of the
+// file grow beyond a size that only absurd nesting reaches (see keyPathBudget).
+EntryList entryRecords(const ParsedFile &file, bool keep_comments, ConstraintTables &constraints);
 
 // How many bytes of key paths a file of `file_bytes` bytes may produce. Key
 // paths repeat their block's path, so deep nesting makes them grow with the

@@ -1,9 +1,24 @@
 // Key path structure shared by the library and the tool.
 #pragma once
 
+#include <charconv>
+#include <string>
 #include <string_view>
 
 namespace teskpf {
+
+// Appends the key path component of a named member: ["name"]. Names are
+// inserted as they are; nothing is quoted or escaped.
+inline void appendNamedComponent(std::string &path, std::string_view name) {
+    path.append("[\"").append(name).append("\"]");
+}
+
+// Appends the key path component of a list member: [position].
+inline void appendListComponent(std::string &path, long position) {
+    char digits[24];
+    char *end = std::to_chars(digits, digits + sizeof digits, position).ptr;
+    path.append("[").append(digits, static_cast<size_t>(end - digits)).append("]");
+}
 
 // The key path of the block that directly contains the entry `key`:
 // ["a"]["b"] for ["a"]["b"][0]. Empty for a top-level key (["k"]), which has

@@ -90,49 +90,57 @@ std::string_view annotation(std::string_view comment) {
 
 }  // namespace
 
-void lexLine(std::string_view line, bool in_list, LineFields &out) {
-    // Trimming cuts at a NUL character; lines without one (all of them, once
-    // the block parser has trimmed them) skip that search.
-    const bool has_nul = line.find('\0') != std::string_view::npos;
-    auto trim = [has_nul](std::string_view text) { return has_nul ? trimmed(text) : trimmedWhiteSpace(text); };
-
+LineSpans splitLine(std::string_view line, bool in_list) {
+    LineSpans spans;
     size_t hash = commentStart(line);
-    std::string_view working = line.substr(0, hash);
-    std::string_view comment = hash == std::string_view::npos ? std::string_view{} : line.substr(hash);
-
-    // Tabs in the key/value part count as blanks.
-    if (working.find('\t') != std::string_view::npos) {
-        out.spaced_text.assign(working);
-        std::replace(out.spaced_text.begin(), out.spaced_text.end(), '\t', ' ');
-        working = out.spaced_text;
-    }
-    std::string_view text = trim(working);
-
-    std::string_view value;
-    out.key = {};
+    // Tabs count as blanks, and trimming removes both, so the key/value part
+    // is trimmed as written and its first blank or tab ends the key.
+    std::string_view text = trimmedWhiteSpace(line.substr(0, hash));
     if (in_list) {
-        value = text;
+        spans.value = text;
     } else {
-        size_t blank = text.find(' ');
-        out.key = trim(text.substr(0, blank));
-        if (blank != std::string_view::npos) value = text.substr(blank);
+        size_t blank = text.find_first_of(" \t");
+        spans.key = text.substr(0, blank);
+        if (blank != std::string_view::npos) spans.value = trimmedWhiteSpace(text.substr(blank));
     }
-    if (value.find('\\') != std::string_view::npos) {
-        out.value_text = unescape(value);
-        value = out.value_text;
+    if (hash != std::string_view::npos) {
+        spans.comment = line.substr(hash);
+        spans.constraints = trimmedWhiteSpace(annotation(spans.comment));
     }
-    out.value = trim(value);
+    return spans;
+}
 
-    out.constraints = trim(annotation(comment));
-    if (out.constraints.empty()) {
-        out.comment = trim(comment);
+bool valueIsVerbatim(std::string_view written_value) {
+    return written_value.find('\t') == std::string_view::npos &&
+           written_value.find("\\#") == std::string_view::npos;
+}
+
+std::string readValue(std::string_view written_value) {
+    std::string value = unescape(written_value);
+    std::replace(value.begin(), value.end(), '\t', ' ');
+    return value;
+}
+
+std::string_view readComment(const LineSpans &spans, std::string &buffer) {
+    if (spans.constraints.empty()) return trimmedWhiteSpace(spans.comment);
+    // The annotation moves to the constraints field; the comment keeps "#",
+    // a blank and whatever followed the annotation.
+    buffer.assign("# ");
+    buffer.append(spans.comment.substr(std::min(spans.comment.size(), spans.constraints.size() + 1)));
+    return trimmedWhiteSpace(buffer);
+}
+
+void lexLine(std::string_view line, bool in_list, LineFields &out) {
+    LineSpans spans = splitLine(line.substr(0, line.find('\0')), in_list);
+    out.key = spans.key;
+    if (valueIsVerbatim(spans.value)) {
+        out.value = spans.value;
     } else {
-        // The annotation moves to the constraints field; the comment keeps "#",
-        // a blank and whatever followed the annotation.
-        out.comment_text.assign("# ");
-        out.comment_text.append(comment.substr(std::min(comment.size(), out.constraints.size() + 1)));
-        out.comment = trim(out.comment_text);
+        out.value_text = readValue(spans.value);
+        out.value = out.value_text;
     }
+    out.comment = readComment(spans, out.comment_text);
+    out.constraints = spans.constraints;
 }
 
 }  // namespace teskpf

@@ -7,6 +7,30 @@
 
 namespace teskpf {
 
+// Where the parts of one line stand in the line itself: every view is a part
+// of the line handed to splitLine, so its offset in the file is known.
+struct LineSpans {
+    std::string_view key;          // "" inside a list block and for key-less text
+    std::string_view value;        // as written, trimmed; may hold tabs and "\#"
+    std::string_view comment;      // from the comment's "#" to the line's end; "" without one
+    std::string_view constraints;  // the annotation text, trimmed: a part of `comment`
+};
+
+// Splits `line` (which holds no NUL character) into its spans. With
+// `in_list` set (a line inside a list block) there is no key: the whole text
+// before the comment is the value.
+LineSpans splitLine(std::string_view line, bool in_list);
+
+// The value as read from its written form: tabs become blanks and the
+// backslash before each "#" is dropped. Verbatim when neither occurs.
+bool valueIsVerbatim(std::string_view written_value);
+std::string readValue(std::string_view written_value);
+
+// The comment field of a line: the comment trimmed or, when it carries an
+// annotation, "#" followed by what comes after the annotation ("#" and two
+// blanks before words after a blank). Uses `buffer` only in that case.
+std::string_view readComment(const LineSpans &spans, std::string &buffer);
+
 // The four fields of a line. They view the line itself or the object's own
 // buffers, so they are valid while both live and until the next lexLine call
 // with the same object.
@@ -16,14 +40,12 @@ struct LineFields {
     std::string_view comment;      // "" or text starting with "#"
     std::string_view constraints;  // the annotation text cut out of the comment
 
-    std::string spaced_text;   // the key/value part with tabs made blanks
-    std::string value_text;    // the value with escapes removed
+    std::string value_text;    // the value with tabs made blanks and escapes removed
     std::string comment_text;  // the comment of an annotated line
 };
 
-// Splits `line`. With `in_list` set (a line inside a list block) there is no
-// key: the whole text before the comment is the value. Passing the same
-// object for every line reuses its buffers.
+// Splits `line` (cut at its first NUL character first). With `in_list` set
+// there is no key. Passing the same object for every line reuses its buffers.
 void lexLine(std::string_view line, bool in_list, LineFields &out);
 
 // Trimming as the platform's strtrim does it: the text is cut at its first

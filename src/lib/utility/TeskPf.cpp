@@ -8,7 +8,6 @@
 #include "AtomicFile.h"
 #include "BlockParser.h"
 #include "ConstraintParser.h"
-#include "FileLines.h"
 #include "FileSearch.h"
 #include "HomeDirectory.h"
 #include "KeyPath.h"
@@ -38,9 +37,12 @@ Table<Table<string>> TeskPf::readPf(string &string) {
     int process_nokeys = 1;
     Table<Table<std::string>> merged;
     for (auto fname = files.rbegin(); fname != files.rend(); ++fname) {
-        teskpf::LineReader lines(teskpf::readFile(*fname));
-        int iline = 0;
-        Table<Table<std::string>> entries = processArr(0, "", *fname, iline, lines, process_nokeys);
+        // A file that cannot be read contributes nothing.
+        std::string text;
+        int error = 0;
+        teskpf::readFileText(*fname, text, error);
+        teskpf::ParsedFile file(*fname, std::move(text));
+        Table<Table<std::string>> entries = teskpf::entryRecords(file, process_nokeys != 0, constraints_array);
         if (merged.empty())
             merged = std::move(entries);
         else if (!entries.empty())
@@ -48,18 +50,6 @@ Table<Table<string>> TeskPf::readPf(string &string) {
         process_nokeys = 0;
     }
     return merged;
-}
-
-Table<Table<string>> TeskPf::processArr(int level, string key_prefix, string fname, int &iline,
-                                        teskpf::LineReader &pflines, int process_nokeys) {
-    return teskpf::parseBlock({level, std::move(key_prefix), false}, fname, iline, pflines, process_nokeys != 0,
-                              constraints_array);
-}
-
-Table<Table<string>> TeskPf::processTbl(int level, string key_prefix, string fname, int &iline,
-                                        teskpf::LineReader &pflines, int process_nokeys) {
-    return teskpf::parseBlock({level, std::move(key_prefix), true}, fname, iline, pflines, process_nokeys != 0,
-                              constraints_array);
 }
 
 Table<Table<string>> TeskPf::mergePf(Table<Table<string>> &pflistin, Table<Table<string>> &pfl) {

@@ -19,10 +19,6 @@
 #include "Table.h"
 #include "pf_compile.h"
 
-namespace teskpf {
-class LineReader;
-}
-
 // Positions of the six fields of an entry record.
 enum {
     FIELD_SOURCE = 0,      // "file:line", the line counted from 0
@@ -146,12 +142,6 @@ protected:
 
 private:
     Table<Table<std::string>> readPf(std::string &string);
-    // Read an associative or a list block from the lines `pflines` still
-    // holds; `iline` counts every line taken (the closing line included).
-    Table<Table<std::string>> processArr(int level, std::string key_prefix, std::string fname, int &iline,
-                                         teskpf::LineReader &pflines, int process_nokeys);
-    Table<Table<std::string>> processTbl(int level, std::string key_prefix, std::string fname, int &iline,
-                                         teskpf::LineReader &pflines, int process_nokeys);
     // Merges `pfl` into `pflistin`, whose top-level keys win; removes the
     // losing entries from `pfl`.
     Table<Table<std::string>> mergePf(Table<Table<std::string>> &pflistin, Table<Table<std::string>> &pfl);

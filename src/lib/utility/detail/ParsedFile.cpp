@@ -1,0 +1,207 @@
+#include "detail/ParsedFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "KeyPath.h"
+
+namespace teskpf {
+
+namespace {
+
+// A block being read: its opening entry and the next list position.
+struct OpenBlock {
+    int32_t entry;  // -1 for the file's top level
+    int32_t level;
+    bool is_list;
+    int32_t next_position;
+};
+
+uint32_t offsetIn(std::string_view text, std::string_view part) {
+    return static_cast<uint32_t>(part.data() - text.data());
+}
+
+Span spanIn(std::string_view text, std::string_view part) {
+    return part.empty() ? Span{} : Span{offsetIn(text, part), static_cast<uint32_t>(part.size())};
+}
+
+}  // namespace
+
+ParsedFile::ParsedFile(std::string name, std::string text)
+    : name_(std::move(name)), text_(std::make_shared<const std::string>(std::move(text))) {
+    if (text_->size() >= UINT32_MAX) throw name_ + ": the file is 4 GiB or larger; parameter files must be smaller";
+    parse();
+}
+
+void ParsedFile::parse() {
+    const std::string_view text = *text_;
+    std::vector<OpenBlock> open{{-1, 0, false, 0}};
+    size_t pos = 0;
+    uint32_t line = 0;
+    while (pos < text.size()) {
+        if (line == static_cast<uint32_t>(INT_MAX))
+            throw name_ + ": more than " + std::to_string(INT_MAX) + " lines; the line counter cannot go on";
+        size_t eol = text.find('\n', pos);
+        if (eol == std::string_view::npos) eol = text.size();
+        const uint32_t line_begin = static_cast<uint32_t>(pos);
+        std::string_view raw = text.substr(pos, eol - pos);
+        pos = eol + 1;
+        const uint32_t this_line = line++;
+
+        // A NUL byte ends the line's text.
+        size_t nul = raw.find('\0');
+        if (nul != std::string_view::npos) {
+            notes_.push_back({LayoutNoteKind::NulByte, this_line, line_begin, spanIn(text, raw.substr(nul)), -1});
+            raw = raw.substr(0, nul);
+        }
+        std::string_view trimmed = trimmedWhiteSpace(raw);
+
+        if (closesBlock(trimmed)) {
+            std::string_view after = trimmedWhiteSpace(trimmed.substr(1));
+            if (open.size() == 1) {
+                // A closing line at the top level ends the reading of the file.
+                notes_.push_back({LayoutNoteKind::StrayClose, this_line, line_begin, spanIn(text, trimmed), -1});
+                stray_close_line_ = this_line;
+                if (pos < text.size()) {
+                    std::string_view rest = text.substr(pos);
+                    line += static_cast<uint32_t>(std::count(rest.begin(), rest.end(), '\n'));
+                    if (rest.back() != '\n') ++line;
+                }
+                break;
+            }
+            if (!after.empty())
+                notes_.push_back({LayoutNoteKind::TextAfterClose, this_line, line_begin, spanIn(text, after),
+                                  open.back().entry});
+            open.pop_back();
+            continue;
+        }
+
+        const OpenBlock &block = open.back();
+        LineSpans spans = splitLine(trimmed, block.is_list);
+        FileEntry entry;
+        entry.line = this_line;
+        entry.line_begin = line_begin;
+        entry.parent = block.entry;
+        entry.level = block.level;
+        entry.comment = spanIn(text, spans.comment);
+        entry.constraints_size = static_cast<uint32_t>(spans.constraints.size());
+        if (spans.key.empty() && spans.value.empty()) {
+            entries_.push_back(entry);
+            continue;
+        }
+        if (!block.is_list && spans.key.empty())
+            throw "Cannot parse line '" + std::string(trimmed) + "' in pf string - Arr must have a key";
+
+        entry.key = spanIn(text, spans.key);
+        entry.value = spanIn(text, spans.value);
+        entry.value_verbatim = valueIsVerbatim(spans.value);
+        if (block.is_list) entry.position = open.back().next_position++;
+        BlockKind opened = blockOpenedBy(spans.value);
+        entry.kind = opened == BlockKind::Arr   ? EntryKind::ArrOpen
+                     : opened == BlockKind::Tbl ? EntryKind::TblOpen
+                                                : EntryKind::Value;
+        const int32_t index = static_cast<int32_t>(entries_.size());
+        entries_.push_back(entry);
+        if (opened == BlockKind::None) continue;
+
+        std::string_view after = trimmedWhiteSpace(textAfterOpening(spans.value));
+        if (!after.empty())
+            notes_.push_back({LayoutNoteKind::TextAfterOpen, this_line, line_begin, spanIn(text, after), index});
+        open.push_back({index, entry.level + 1, opened == BlockKind::Tbl, 0});
+    }
+    line_count_ = line;
+    for (size_t i = open.size(); i-- > 1;) {
+        const FileEntry &opening = entries_[static_cast<size_t>(open[i].entry)];
+        notes_.push_back({LayoutNoteKind::UnclosedBlock, opening.line, opening.line_begin, opening.value,
+                          open[i].entry});
+    }
+}
+
+std::string_view ParsedFile::lineText(const FileEntry &entry) const {
+    std::string_view rest = text().substr(entry.line_begin);
+    return rest.substr(0, rest.find('\n'));
+}
+
+LineSpans ParsedFile::spansOf(const FileEntry &entry) const {
+    LineSpans spans;
+    spans.key = at(entry.key);
+    spans.value = at(entry.value);
+    spans.comment = at(entry.comment);
+    spans.constraints = spans.comment.substr(std::min<size_t>(1, spans.comment.size()), entry.constraints_size);
+    return spans;
+}
+
+std::string_view ParsedFile::value(const FileEntry &entry, std::string &buffer) const {
+    if (entry.kind == EntryKind::ArrOpen) return kArrMarker;
+    if (entry.kind == EntryKind::TblOpen) return kTblMarker;
+    if (entry.value_verbatim) return at(entry.value);
+    buffer = readValue(at(entry.value));
+    return buffer;
+}
+
+std::string_view ParsedFile::comment(const FileEntry &entry, std::string &buffer) const {
+    return readComment(spansOf(entry), buffer);
+}
+
+std::string_view ParsedFile::constraints(const FileEntry &entry) const { return spansOf(entry).constraints; }
+
+void ParsedFile::appendComponent(std::string &path, size_t index) const {
+    const FileEntry &entry = entries_[index];
+    if (entry.position >= 0)
+        appendListComponent(path, entry.position);
+    else
+        appendNamedComponent(path, key(entry));
+}
+
+std::string ParsedFile::keyPath(size_t index) const {
+    if (entries_[index].kind == EntryKind::Note) return {};
+    std::vector<size_t> chain;
+    for (int32_t at = static_cast<int32_t>(index); at >= 0; at = entries_[static_cast<size_t>(at)].parent)
+        chain.push_back(static_cast<size_t>(at));
+    std::string path;
+    for (size_t i = chain.size(); i-- > 0;) appendComponent(path, chain[i]);
+    return path;
+}
+
+bool readFileText(const std::string &path, std::string &text, int &error) {
+    text.clear();
+    error = 0;
+    // O_NONBLOCK: opening a FIFO must not wait for a writer.
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) {
+        error = errno;
+        return false;
+    }
+    struct stat info;
+    if (fstat(fd, &info) != 0)
+        error = errno;
+    else if (!S_ISREG(info.st_mode))
+        error = S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
+    if (error != 0) {
+        ::close(fd);
+        return false;
+    }
+    text.resize(static_cast<size_t>(info.st_size));
+    size_t filled = 0;
+    for (;;) {
+        // The file may have grown since fstat.
+        if (filled == text.size()) text.resize(std::max<size_t>(4096, text.size() * 2));
+        ssize_t got = ::read(fd, text.data() + filled, text.size() - filled);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) {
+            error = got < 0 ? errno : 0;
+            break;
+        }
+        filled += static_cast<size_t>(got);
+    }
+    ::close(fd);
+    text.resize(filled);
+    if (error != 0) text.clear();
+    return error == 0;
+}
+
+}  // namespace teskpf
