@@ -1,0 +1,20 @@
+// Which files a parameter-file name stands for, as every reader resolves it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace teskpf {
+
+// The files read for `name`, lowest precedence first (the last one wins each
+// top-level key): a leading "~" expanded, then the files of that name along
+// PFPATH or, when there are none, the name itself if it is a readable regular
+// file. Empty when nothing is found. Throws teskpf::Error when "~" cannot be
+// expanded (no home directory).
+std::vector<std::string> parameterFiles(std::string_view name);
+
+// The search path as the lookup uses it: PFPATH, or "." when unset or empty.
+std::string searchPath();
+
+}  // namespace teskpf
