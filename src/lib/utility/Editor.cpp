@@ -1,0 +1,455 @@
+#include "teskpf/editor.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+
+#include "KeyPath.h"
+#include "LineLexer.h"
+#include "detail/EditRules.h"
+#include "detail/ParsedFile.h"
+#include "pf_clock.h"
+#include "teskpf/error.h"
+#include "teskpf/save.h"
+
+namespace teskpf {
+
+namespace {
+
+const char kRevisionKey[] = "pf_revision_time";
+
+// An entry as reading sees it, apart from where it stands: what an edit must
+// leave unchanged for every entry it does not mean to touch.
+struct Record {
+    int32_t level;
+    EntryKind kind;
+    std::string key, value, comment, constraints;
+    bool operator==(const Record &o) const {
+        return level == o.level && kind == o.kind && key == o.key && value == o.value && comment == o.comment &&
+               constraints == o.constraints;
+    }
+};
+
+Record recordOf(const ParsedFile &parsed, size_t index) {
+    const FileEntry &e = parsed.entries()[index];
+    std::string value_buffer, comment_buffer;
+    return {e.level,
+            e.kind,
+            std::string(parsed.key(e)),
+            std::string(parsed.value(e, value_buffer)),
+            std::string(parsed.comment(e, comment_buffer)),
+            std::string(parsed.constraints(e))};
+}
+
+std::vector<Record> recordsOf(const ParsedFile &parsed) {
+    std::vector<Record> out;
+    out.reserve(parsed.entries().size());
+    for (size_t i = 0; i < parsed.entries().size(); ++i) out.push_back(recordOf(parsed, i));
+    return out;
+}
+
+// The kinds and lines of the layout notes that tell where reading stops.
+std::vector<std::pair<LayoutNoteKind, uint32_t>> layoutOf(const ParsedFile &parsed) {
+    std::vector<std::pair<LayoutNoteKind, uint32_t>> out;
+    for (const LayoutNote &note : parsed.notes()) out.emplace_back(note.kind, note.line);
+    return out;
+}
+
+std::unique_ptr<ParsedFile> parse(const std::string &name, std::string text) {
+    try {
+        return std::make_unique<ParsedFile>(name, std::move(text));
+    } catch (const std::string &message) {
+        throw Error(message, name);
+    }
+}
+
+// The key path of every entry ("" for notes), built parent first.
+std::vector<std::string> keyPathsOf(const ParsedFile &parsed) {
+    std::vector<std::string> paths(parsed.entries().size());
+    for (size_t i = 0; i < paths.size(); ++i) {
+        const FileEntry &e = parsed.entries()[i];
+        if (e.kind == EntryKind::Note) continue;
+        if (e.parent >= 0) paths[i] = paths[static_cast<size_t>(e.parent)];
+        parsed.appendComponent(paths[i], i);
+    }
+    return paths;
+}
+
+long lastWithPath(const std::vector<std::string> &paths, std::string_view path) {
+    for (size_t i = paths.size(); i-- > 0;)
+        if (paths[i] == path) return static_cast<long>(i);
+    return -1;
+}
+
+// Offset just past the line that starts at `begin` (its line feed included).
+size_t nextLine(std::string_view text, size_t begin) {
+    size_t eol = text.find('\n', begin);
+    return eol == std::string_view::npos ? text.size() : eol + 1;
+}
+
+// The line break that ends the line holding `offset`'s previous byte, or the
+// first line when `offset` is 0: "\r\n" or "\n".
+std::string lineBreakBefore(std::string_view text, size_t offset) {
+    size_t eol = offset > 0 ? text.rfind('\n', offset - 1) : text.find('\n');
+    return eol != std::string_view::npos && eol > 0 && text[eol - 1] == '\r' ? "\r\n" : "\n";
+}
+
+std::string_view leadingWhiteSpace(std::string_view line) {
+    return line.substr(0, static_cast<size_t>(trimmedWhiteSpace(line).data() - line.data()));
+}
+
+// The comment text written for `comment` (a leading "#" optional, white space
+// at the ends dropped): "#words", or "" when there are none.
+std::string commentText(std::string_view comment) {
+    std::string_view words = trimmedWhiteSpace(comment);
+    if (!words.empty() && words[0] == '#') words = trimmedWhiteSpace(words.substr(1));
+    return words.empty() ? std::string() : "#" + std::string(words);
+}
+
+// The integer part of the current time, as the generated text writes it.
+std::string revisionTime() {
+    double now = std::trunc(std_now());
+    int seconds = now >= INT_MAX ? INT_MAX : now <= INT_MIN ? INT_MIN : static_cast<int>(now);
+    return std::to_string(seconds);
+}
+
+[[noreturn]] void refuse(const std::string &name, const std::string &what, const std::string &why) {
+    throw EditError("cannot " + what + ": " + why, name);
+}
+
+}  // namespace
+
+struct Editor::State {
+    std::string name;
+    std::string text;
+    std::unique_ptr<ParsedFile> parsed;
+    std::unique_ptr<FileLock> lock;
+    bool changed = false;
+
+    const std::vector<FileEntry> &entries() const { return parsed->entries(); }
+    const FileEntry &entry(size_t i) const { return entries()[i]; }
+
+    size_t indexOfPath(const std::string &path, const std::string &what) const {
+        long found = lastWithPath(keyPathsOf(*parsed), path);
+        if (found < 0) refuse(name, what, "there is no key " + path);
+        return static_cast<size_t>(found);
+    }
+
+    size_t indexOfLine(long line, const std::string &what) const {
+        auto it = std::lower_bound(entries().begin(), entries().end(), line,
+                                   [](const FileEntry &e, long l) { return static_cast<long>(e.line) < l; });
+        if (line < 0 || it == entries().end() || static_cast<long>(it->line) != line || it->kind == EntryKind::Note)
+            refuse(name, what, "line " + std::to_string(line + 1) + " holds no key");
+        return static_cast<size_t>(it - entries().begin());
+    }
+
+    // The number of entries inside the block opened by entry `index` (0 for
+    // any other entry): they follow it and are nested deeper.
+    size_t membersOf(size_t index) const {
+        size_t end = index + 1;
+        while (end < entries().size() && entry(end).level > entry(index).level) ++end;
+        return end - index - 1;
+    }
+
+    // Offset just past the last line of entry `index`: its own line, or the
+    // closing line of the block it opens (the end of the text when unclosed).
+    size_t extentEnd(size_t index) const {
+        const FileEntry &first = entry(index);
+        const FileEntry &last = entry(index + membersOf(index));
+        // Only closing lines follow the last member: those of the blocks still
+        // open after it, down to and including this block's.
+        int32_t closes = first.opensBlock() ? last.level + (last.opensBlock() ? 1 : 0) - first.level : 0;
+        size_t end = nextLine(text, last.line_begin);
+        for (int32_t i = 0; i < closes; ++i) end = nextLine(text, end);
+        return end;
+    }
+
+    // Replaces text[begin, end) by `replacement`, re-reads the result and
+    // checks it with `verify`; keeps the old text when that throws.
+    template <typename Verify>
+    void splice(size_t begin, size_t end, std::string_view replacement, const std::string &what, Verify verify) {
+        std::string next;
+        next.reserve(text.size() - (end - begin) + replacement.size());
+        next.append(text, 0, begin).append(replacement).append(text, end, std::string::npos);
+        std::unique_ptr<ParsedFile> reread = parse(name, next);
+        if (layoutOf(*reread).size() != layoutOf(*parsed).size() || !verify(*reread))
+            refuse(name, what, "the result would not read back as asked");
+        text = std::move(next);
+        parsed = std::move(reread);
+        changed = true;
+    }
+
+    void setValueAt(size_t index, const std::string &value, const std::string &what) {
+        const FileEntry &e = entry(index);
+        if (e.opensBlock()) refuse(name, what, "it opens a block; only plain values can be set");
+        if (std::string problem = valueProblem(value, e.position >= 0); !problem.empty()) refuse(name, what, problem);
+        std::string written;
+        size_t begin = e.value.begin, end = e.value.end();
+        if (e.value.size == 0) {
+            // A key without a value: the value goes after the key and a tab.
+            begin = end = e.key.end();
+            if (!value.empty()) written = "\t";
+        }
+        appendEscaped(written, value);
+        std::vector<Record> expected = recordsOf(*parsed);
+        expected[index].value = value;
+        const auto layout = layoutOf(*parsed);
+        splice(begin, end, written, what, [&](const ParsedFile &reread) {
+            return recordsOf(reread) == expected && layoutOf(reread) == layout;
+        });
+    }
+
+    void setCommentAt(size_t index, const std::string &comment, const std::string &what) {
+        if (std::string problem = commentProblem(comment); !problem.empty()) refuse(name, what, problem);
+        const FileEntry &e = entry(index);
+        std::string written = commentText(comment);
+        std::string_view annotation =
+            parsed->at(e.comment).substr(std::min<size_t>(1, e.comment.size), e.constraints_size);
+        if (!annotation.empty() && written.compare(0, 2, "#<") != 0)
+            written = "#" + std::string(annotation) + (written.empty() ? "" : " " + written.substr(1));
+        size_t begin = e.comment.begin, end = e.comment.end();
+        std::string replacement = written;
+        if (e.comment.size == 0) {
+            // After the value (or the key), one tab apart.
+            begin = end = std::max(e.value.end(), e.key.end());
+            if (!written.empty()) replacement.insert(0, "\t");
+        } else if (written.empty()) {
+            // No comment left: the white space before it goes too.
+            while (begin > e.line_begin && (text[begin - 1] == ' ' || text[begin - 1] == '\t')) --begin;
+        }
+        std::vector<Record> before = recordsOf(*parsed);
+        const auto layout = layoutOf(*parsed);
+        splice(begin, end, replacement, what, [&](const ParsedFile &reread) {
+            std::vector<Record> after = recordsOf(reread);
+            if (after.size() != before.size()) return false;
+            before[index].comment = after[index].comment;
+            before[index].constraints = after[index].constraints;
+            return after == before && layoutOf(reread) == layout && reread.at(reread.entries()[index].comment) == written;
+        });
+    }
+
+    void removeAt(size_t index, const std::string &what) {
+        size_t count = 1 + membersOf(index);
+        size_t begin = entry(index).line_begin, end = extentEnd(index);
+        std::vector<Record> expected = recordsOf(*parsed);
+        expected.erase(expected.begin() + static_cast<long>(index), expected.begin() + static_cast<long>(index + count));
+        splice(begin, end, "", what, [&](const ParsedFile &reread) { return recordsOf(reread) == expected; });
+    }
+
+    void add(const std::string &path, const std::string &value, const std::string &comment);
+    void refreshRevision();
+};
+
+void Editor::State::add(const std::string &path, const std::string &value, const std::string &comment) {
+    const std::string what = "add " + path;
+    std::vector<PathComponent> components;
+    if (!splitKeyPath(path, components)) refuse(name, what, "it is not a key path such as [\"a\"][\"b\"][0]");
+    if (components[0].position >= 0) refuse(name, what, "the top level holds named keys, not list positions");
+    if (std::string problem = commentProblem(comment); !problem.empty()) refuse(name, what, problem);
+    for (const PathComponent &c : components)
+        if (c.position < 0)
+            if (std::string problem = keyNameProblem(c.name); !problem.empty()) refuse(name, what, problem);
+    if (std::string problem = valueProblem(value, components.back().position >= 0); !problem.empty())
+        refuse(name, what, problem);
+
+    // The longest prefix of the path that is there: the block to add into.
+    const std::vector<std::string> paths = keyPathsOf(*parsed);
+    std::vector<std::string> prefixes(components.size());
+    for (size_t i = 0; i < components.size(); ++i) {
+        if (i > 0) prefixes[i] = prefixes[i - 1];
+        if (components[i].position >= 0)
+            appendListComponent(prefixes[i], components[i].position);
+        else
+            appendNamedComponent(prefixes[i], components[i].name);
+    }
+    if (lastWithPath(paths, prefixes.back()) >= 0) refuse(name, what, "the key is already there");
+    long parent = -1;
+    size_t first_missing = 0;
+    for (size_t i = components.size() - 1; i-- > 0;) {
+        long found = lastWithPath(paths, prefixes[i]);
+        if (found < 0) continue;
+        const bool want_list = components[i + 1].position >= 0;
+        const EntryKind kind = entry(static_cast<size_t>(found)).kind;
+        if (kind != (want_list ? EntryKind::TblOpen : EntryKind::ArrOpen))
+            refuse(name, what, prefixes[i] + (want_list ? " is not a list block" : " is not an \"&Arr{\" block"));
+        parent = found;
+        first_missing = i + 1;
+        break;
+    }
+    // Its members, the last of them, and whether a list position is the next one.
+    long last_member = -1;
+    long member_count = 0;
+    for (size_t i = static_cast<size_t>(parent + 1); i < entries().size(); ++i) {
+        if (parent >= 0 && entry(i).level <= entry(static_cast<size_t>(parent)).level) break;
+        if (entry(i).parent == parent && entry(i).kind != EntryKind::Note) {
+            last_member = static_cast<long>(i);
+            ++member_count;
+        }
+    }
+    for (size_t i = first_missing; i < components.size(); ++i) {
+        long expected = i == first_missing ? member_count : 0;
+        if (components[i].position >= 0 && components[i].position != expected)
+            refuse(name, what, "a list member can only be added at the next position, [" + std::to_string(expected) + "]");
+        if (i > first_missing && components[i].position >= 0)
+            refuse(name, what, "a new block is an \"&Arr{\" block, which holds named keys");
+    }
+
+    // Where the new lines go: after the last member, or before the closing
+    // line of an empty block; at the top level, before a stray "}".
+    size_t at = text.size();
+    if (last_member >= 0) {
+        at = extentEnd(static_cast<size_t>(last_member));
+    } else if (parent >= 0) {
+        // Only notes are inside: before the line after the last of them.
+        const size_t p = static_cast<size_t>(parent);
+        at = nextLine(text, entry(p + membersOf(p)).line_begin);
+    } else {
+        for (const LayoutNote &note : parsed->notes())
+            if (note.kind == LayoutNoteKind::StrayClose) at = note.line_begin;
+    }
+
+    // Layout copied from the sibling: indentation, separators, line break.
+    std::string indent = "\t", key_gap = "\t", comment_gap = "\t";
+    std::string line_break = lineBreakBefore(text, at);
+    if (last_member >= 0) {
+        const FileEntry &sibling = entry(static_cast<size_t>(last_member));
+        indent = std::string(leadingWhiteSpace(parsed->lineText(sibling)));
+        if (sibling.key.size && sibling.value.size && sibling.kind == EntryKind::Value)
+            key_gap = std::string(text, sibling.key.end(), sibling.value.begin - sibling.key.end());
+        if (sibling.comment.size && sibling.value.size && sibling.kind == EntryKind::Value)
+            comment_gap = std::string(text, sibling.value.end(), sibling.comment.begin - sibling.value.end());
+        line_break = lineBreakBefore(text, nextLine(text, sibling.line_begin));
+    } else if (parent >= 0) {
+        indent = std::string(leadingWhiteSpace(parsed->lineText(entry(static_cast<size_t>(parent))))) + "\t";
+    } else {
+        indent.clear();
+    }
+    if (trimmedWhiteSpace(key_gap).size() || key_gap.empty()) key_gap = "\t";
+    if (trimmedWhiteSpace(comment_gap).size() || comment_gap.empty()) comment_gap = "\t";
+
+    std::string lines;
+    if (at == text.size() && !text.empty() && text.back() != '\n') lines.append(line_break);
+    std::string level_indent = indent;
+    std::vector<std::string> closings;
+    for (size_t i = first_missing; i + 1 < components.size(); ++i) {
+        lines.append(level_indent);
+        if (components[i].position < 0) lines.append(components[i].name).append(" ");
+        lines.append("&Arr{").append(line_break);
+        closings.push_back(level_indent + "}" + line_break);
+        level_indent.append("\t");
+    }
+    lines.append(level_indent);
+    if (components.back().position < 0) {
+        lines.append(components.back().name);
+        if (!value.empty()) lines.append(key_gap);
+    }
+    appendEscaped(lines, value);
+    if (std::string written = commentText(comment); !written.empty()) lines.append(comment_gap).append(written);
+    lines.append(line_break);
+    for (size_t i = closings.size(); i-- > 0;) lines.append(closings[i]);
+
+    const size_t added = components.size() - first_missing;
+    const size_t before_count = entries().size();
+    const std::vector<Record> before = recordsOf(*parsed);
+    splice(at, at, lines, what, [&](const ParsedFile &reread) {
+        std::vector<Record> after = recordsOf(reread);
+        if (after.size() != before_count + added) return false;
+        long found = lastWithPath(keyPathsOf(reread), path);
+        if (found < 0 || after[static_cast<size_t>(found)].value != value) return false;
+        size_t first_new = static_cast<size_t>(found) + 1 - added;
+        after.erase(after.begin() + static_cast<long>(first_new), after.begin() + static_cast<long>(first_new + added));
+        return after == before;
+    });
+}
+
+void Editor::State::refreshRevision() {
+    for (size_t i = entries().size(); i-- > 0;) {
+        const FileEntry &e = entry(i);
+        if (e.parent < 0 && e.kind == EntryKind::Value && parsed->key(e) == kRevisionKey) {
+            setValueAt(i, revisionTime(), "refresh pf_revision_time");
+            return;
+        }
+    }
+}
+
+Editor::Editor(std::string name, std::string text) : state_(std::make_unique<State>()) {
+    state_->name = std::move(name);
+    state_->parsed = parse(state_->name, text);
+    state_->text = std::move(text);
+}
+
+Editor::Editor(Editor &&) noexcept = default;
+Editor &Editor::operator=(Editor &&) noexcept = default;
+Editor::~Editor() = default;
+
+Editor Editor::open(const std::string &path) {
+    std::string text;
+    int error = 0;
+    if (!readFileText(path, text, error))
+        throw IoError("cannot read '" + path + "': " + std::generic_category().message(error), path,
+                      std::error_code(error, std::generic_category()));
+    return Editor(path, std::move(text));
+}
+
+Editor Editor::openLocked(const std::string &path) {
+    auto lock = std::make_unique<FileLock>(path);
+    Editor editor = open(path);
+    editor.state_->lock = std::move(lock);
+    return editor;
+}
+
+Editor Editor::fromText(const std::string &name, std::string text) { return Editor(name, std::move(text)); }
+
+const std::string &Editor::text() const { return state_->text; }
+bool Editor::changed() const { return state_->changed; }
+const std::string &Editor::name() const { return state_->name; }
+
+long Editor::lineOf(const std::string &key_path) const {
+    long found = lastWithPath(keyPathsOf(*state_->parsed), key_path);
+    return found < 0 ? -1 : static_cast<long>(state_->entry(static_cast<size_t>(found)).line);
+}
+
+void Editor::setValue(const std::string &key_path, const std::string &value) {
+    const std::string what = "set " + key_path;
+    state_->setValueAt(state_->indexOfPath(key_path, what), value, what);
+}
+
+void Editor::setValueAtLine(long line, const std::string &value) {
+    const std::string what = "set the value on line " + std::to_string(line + 1);
+    state_->setValueAt(state_->indexOfLine(line, what), value, what);
+}
+
+void Editor::setComment(const std::string &key_path, const std::string &comment) {
+    const std::string what = "set the comment of " + key_path;
+    state_->setCommentAt(state_->indexOfPath(key_path, what), comment, what);
+}
+
+void Editor::setCommentAtLine(long line, const std::string &comment) {
+    const std::string what = "set the comment on line " + std::to_string(line + 1);
+    state_->setCommentAt(state_->indexOfLine(line, what), comment, what);
+}
+
+void Editor::add(const std::string &key_path, const std::string &value, const std::string &comment) {
+    state_->add(key_path, value, comment);
+}
+
+void Editor::remove(const std::string &key_path) {
+    const std::string what = "remove " + key_path;
+    state_->removeAt(state_->indexOfPath(key_path, what), what);
+}
+
+void Editor::removeAtLine(long line) {
+    const std::string what = "remove line " + std::to_string(line + 1);
+    state_->removeAt(state_->indexOfLine(line, what), what);
+}
+
+void Editor::save() { saveAs(state_->name); }
+
+void Editor::saveAs(const std::string &path) {
+    state_->refreshRevision();
+    saveFile(path, state_->text);
+    state_->changed = false;
+    state_->lock.reset();
+}
+
+}  // namespace teskpf
