@@ -172,11 +172,11 @@ struct Editor::State {
         next.reserve(text.size() - (end - begin) + replacement.size());
         next.append(text, 0, begin).append(replacement).append(text, end, std::string::npos);
         std::unique_ptr<ParsedFile> reread = parse(name, next);
-        if (layoutOf(*reread).size() != layoutOf(*parsed).size() || !verify(*reread))
+        if ((reread->strayCloseLine() >= 0) != (parsed->strayCloseLine() >= 0) || !verify(*reread))
             refuse(name, what, "the result would not read back as asked");
+        changed = changed || next != text;
         text = std::move(next);
         parsed = std::move(reread);
-        changed = true;
     }
 
     void setValueAt(size_t index, const std::string &value, const std::string &what) {

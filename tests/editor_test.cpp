@@ -1,0 +1,312 @@
+// teskpf::Editor: each edit changes the bytes it means to and no others, and
+// an edit whose result would not read back as asked is refused unchanged.
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "detail/ParsedFile.h"
+#include "teskpf/editor.h"
+#include "teskpf/error.h"
+#include "teskpf/save.h"
+#include "test_support.h"
+
+using namespace test_support;
+using teskpf::Editor;
+
+namespace {
+
+struct EditCase {
+    std::string before;
+    std::function<void(Editor &)> edit;
+    std::string after;
+};
+
+void expectEdits(const std::vector<EditCase> &cases) {
+    for (size_t i = 0; i < cases.size(); ++i) {
+        Editor editor = Editor::fromText("case.pf", cases[i].before);
+        cases[i].edit(editor);
+        EXPECT_EQ(editor.text(), cases[i].after) << "case " << i;
+        EXPECT_EQ(editor.changed(), cases[i].before != cases[i].after) << "case " << i;
+    }
+}
+
+}  // namespace
+
+TEST(Editor, SetValueChangesOnlyTheValueBytes) {
+    expectEdits({
+        {"a  1   # c\r\nb\t2\r\n", [](Editor &e) { e.setValue("[\"a\"]", "10"); }, "a  10   # c\r\nb\t2\r\n"},
+        {"  k = x\n", [](Editor &e) { e.setValue("[\"k\"]", "y z"); }, "  k y z\n"},
+        {"k\n", [](Editor &e) { e.setValue("[\"k\"]", "v"); }, "k\tv\n"},
+        {"k #<int>  <int> c\n", [](Editor &e) { e.setValue("[\"k\"]", "1 2"); }, "k\t1 2 #<int>  <int> c\n"},
+        {"k v\n", [](Editor &e) { e.setValue("[\"k\"]", "a#b"); }, "k a\\#b\n"},
+        {"k v\n", [](Editor &e) { e.setValue("[\"k\"]", ""); }, "k \n"},
+        {"arr[0]\tx\n", [](Editor &e) { e.setValue("[\"arr[0]\"]", "y"); }, "arr[0]\ty\n"},
+        {"k 1\nk 2\n", [](Editor &e) { e.setValue("[\"k\"]", "3"); }, "k 1\nk 3\n"},  // the last one, as lookups
+        {"l &Tbl{\n    a   # first\n\tb\n}\n", [](Editor &e) { e.setValue("[\"l\"][0]", "z"); },
+         "l &Tbl{\n    z   # first\n\tb\n}\n"},
+        {"a 1\n}\nb 2\n", [](Editor &e) { e.setValue("[\"a\"]", "5"); }, "a 5\n}\nb 2\n"},  // after a stray }
+        {std::string("a 1\0junk\nb 2", 12), [](Editor &e) { e.setValue("[\"b\"]", "3"); },
+         std::string("a 1\0junk\nb 3", 12)},
+        {"k 1\nk 2\n", [](Editor &e) { e.setValueAtLine(0, "9"); }, "k 9\nk 2\n"},
+        {"k v\n", [](Editor &e) { e.setValue("[\"k\"]", "v"); }, "k v\n"},  // same value: unchanged
+    });
+}
+
+TEST(Editor, SetComment) {
+    expectEdits({
+        {"k v\n", [](Editor &e) { e.setComment("[\"k\"]", "note"); }, "k v\t#note\n"},
+        {"k v   # old\r\n", [](Editor &e) { e.setComment("[\"k\"]", "# new "); }, "k v   #new\r\n"},
+        {"k 1 #<int> old\n", [](Editor &e) { e.setComment("[\"k\"]", "new"); }, "k 1 #<int> new\n"},
+        {"k 1 #<int> old\n", [](Editor &e) { e.setComment("[\"k\"]", "<float> f"); }, "k 1 #<float> f\n"},
+        {"k 1 #<int> old\n", [](Editor &e) { e.setComment("[\"k\"]", ""); }, "k 1 #<int>\n"},
+        {"k 1 \t# old\n", [](Editor &e) { e.setComment("[\"k\"]", ""); }, "k 1\n"},
+        {"k\n", [](Editor &e) { e.setComment("[\"k\"]", "c"); }, "k\t#c\n"},
+        {"b &Arr{\n}\n", [](Editor &e) { e.setComment("[\"b\"]", "block"); }, "b &Arr{\t#block\n}\n"},
+    });
+}
+
+TEST(Editor, AddAndRemoveShapes) {
+    const char nested[] = "top 1\nb &Arr{\r\n    x  1   # one\r\n    y  2\r\n    # trailing note\r\n}\r\n";
+    expectEdits({
+        {nested, [](Editor &e) { e.add("[\"b\"][\"z\"]", "3"); },
+         "top 1\nb &Arr{\r\n    x  1   # one\r\n    y  2\r\n    z  3\r\n    # trailing note\r\n}\r\n"},
+        {nested, [](Editor &e) { e.add("[\"b\"][\"z\"]", "3", "three"); },
+         "top 1\nb &Arr{\r\n    x  1   # one\r\n    y  2\r\n    z  3\t#three\r\n    # trailing note\r\n}\r\n"},
+        {nested, [](Editor &e) { e.add("[\"c\"]", "v"); },
+         "top 1\nb &Arr{\r\n    x  1   # one\r\n    y  2\r\n    # trailing note\r\n}\r\nc\tv\r\n"},
+        {nested, [](Editor &e) { e.add("[\"b\"][\"n\"][\"m\"][\"k\"]", "v"); },
+         "top 1\nb &Arr{\r\n    x  1   # one\r\n    y  2\r\n    n &Arr{\r\n    \tm &Arr{\r\n    \t\tk  v\r\n"
+         "    \t}\r\n    }\r\n    # trailing note\r\n}\r\n"},
+        {nested, [](Editor &e) { e.remove("[\"b\"]"); }, "top 1\n"},
+        {nested, [](Editor &e) { e.remove("[\"b\"][\"x\"]"); },
+         "top 1\nb &Arr{\r\n    y  2\r\n    # trailing note\r\n}\r\n"},
+        {"e &Arr{\n}\n", [](Editor &e) { e.add("[\"e\"][\"k\"]", "v"); }, "e &Arr{\n\tk\tv\n}\n"},
+        {"\te &Arr{\n\t  # only a note\n\t}\n", [](Editor &e) { e.add("[\"e\"][\"k\"]", "v"); },
+         "\te &Arr{\n\t  # only a note\n\t\tk\tv\n\t}\n"},
+        {"l &Tbl{\n  a\n  &Arr{\n    q 1\n  }\n}\nz 1\n", [](Editor &e) { e.add("[\"l\"][2]", "c"); },
+         "l &Tbl{\n  a\n  &Arr{\n    q 1\n  }\n  c\n}\nz 1\n"},
+        {"l &Tbl{\n  a\n}\n", [](Editor &e) { e.add("[\"l\"][1][\"k\"]", "v"); }, "l &Tbl{\n  a\n  &Arr{\n  \tk\tv\n  }\n}\n"},
+        {"l &Tbl{\n  a\n  b\n}\n", [](Editor &e) { e.remove("[\"l\"][0]"); }, "l &Tbl{\n  b\n}\n"},
+        {"a 1\n}\nlost 2\n", [](Editor &e) { e.add("[\"n\"]", "v"); }, "a 1\nn v\n}\nlost 2\n"},
+        {"# only\n}\nlost 2\n", [](Editor &e) { e.add("[\"n\"]", "v"); }, "# only\nn\tv\n}\nlost 2\n"},
+        {"a 1", [](Editor &e) { e.add("[\"n\"]", "v"); }, "a 1\nn v\n"},
+        {"", [](Editor &e) { e.add("[\"n\"]", "v"); }, "n\tv\n"},
+        {"a 1\nb 2", [](Editor &e) { e.remove("[\"b\"]"); }, "a 1\n"},
+        {"o &Arr{\n  i &Tbl{\n    x\n  } after\n} more\nz 1\n", [](Editor &e) { e.remove("[\"o\"]"); }, "z 1\n"},
+        {"o &Arr{\n  i 1\n", [](Editor &e) { e.remove("[\"o\"]"); }, ""},  // unclosed: to the end
+    });
+}
+
+// Each row: the file, the edit, the start of the refusal's message. The text
+// must stay as it was.
+TEST(Editor, RefusesEditsThatWouldNotReadBack) {
+    const char file[] = "k v\nb &Arr{\n  x 1\n}\nl &Tbl{\n  a\n}\n";
+    const std::vector<std::pair<std::function<void(Editor &)>, std::string>> cases = {
+        {[](Editor &e) { e.setValue("[\"k\"]", "a\nb"); }, "a line break"},
+        {[](Editor &e) { e.setValue("[\"k\"]", "a\rb"); }, "a line break"},
+        {[](Editor &e) { e.setValue("[\"k\"]", std::string("a\0b", 3)); }, "a NUL byte"},
+        {[](Editor &e) { e.setValue("[\"k\"]", "a\tb"); }, "a tab"},
+        {[](Editor &e) { e.setValue("[\"k\"]", " a"); }, "white space"},
+        {[](Editor &e) { e.setValue("[\"k\"]", "a "); }, "white space"},
+        {[](Editor &e) { e.setValue("[\"k\"]", "&Arr{"); }, "a value starting with"},
+        {[](Editor &e) { e.setValue("[\"k\"]", "&Tbl{x"); }, "a value starting with"},
+        {[](Editor &e) { e.setValue("[\"k\"]", "&Arr"); }, "a value starting with"},
+        {[](Editor &e) { e.setValue("[\"l\"][0]", "}"); }, "a list member starting with"},
+        {[](Editor &e) { e.setValue("[\"l\"][0]", ""); }, "an empty list member"},
+        {[](Editor &e) { e.setValue("[\"b\"]", "1"); }, "it opens a block"},
+        {[](Editor &e) { e.setValue("[\"nope\"]", "1"); }, "there is no key"},
+        {[](Editor &e) { e.setValueAtLine(3, "1"); }, "line 4 holds no key"},
+        {[](Editor &e) { e.setValueAtLine(99, "1"); }, "line 100 holds no key"},
+        {[](Editor &e) { e.setComment("[\"k\"]", "two\nlines"); }, "a line break"},
+        {[](Editor &e) { e.add("[\"k\"]", "1"); }, "the key is already there"},
+        {[](Editor &e) { e.add("[\"k\"][\"x\"]", "1"); }, "[\"k\"] is not an \"&Arr{\" block"},
+        {[](Editor &e) { e.add("[\"b\"][0]", "1"); }, "[\"b\"] is not a list block"},
+        {[](Editor &e) { e.add("[\"l\"][5]", "1"); }, "a list member can only be added at the next position, [1]"},
+        {[](Editor &e) { e.add("[\"l\"][1]", "}"); }, "a list member starting with"},
+        {[](Editor &e) { e.add("[\"n\"][0]", "1"); }, "a new block is an"},
+        {[](Editor &e) { e.add("[\"a b\"]", "1"); }, "white space in a key"},
+        {[](Editor &e) { e.add("[\"a#\"]", "1"); }, "a \"#\" in a key"},
+        {[](Editor &e) { e.add("[\"}\"]", "1"); }, "a line starting with"},
+        {[](Editor &e) { e.add("gain", "1"); }, "it is not a key path"},
+        {[](Editor &e) { e.add("[0]", "1"); }, "the top level holds named keys"},
+        {[](Editor &e) { e.remove("[\"nope\"]"); }, "there is no key"},
+    };
+    for (size_t i = 0; i < cases.size(); ++i) {
+        Editor editor = Editor::fromText("f.pf", file);
+        try {
+            cases[i].first(editor);
+            ADD_FAILURE() << "case " << i << " was not refused";
+        } catch (const teskpf::EditError &error) {
+            const std::string message = error.what();
+            EXPECT_NE(message.find(": " + cases[i].second), std::string::npos) << "case " << i << ": " << message;
+            EXPECT_EQ(error.file(), "f.pf");
+        }
+        EXPECT_EQ(editor.text(), file) << "case " << i;
+        EXPECT_FALSE(editor.changed());
+    }
+}
+
+TEST(Editor, ValueBeforeAnAdjacentCommentIsCheckedOnReading) {
+    // "x\" right before "#" would escape the comment's "#": refused unchanged.
+    Editor editor = Editor::fromText("f.pf", "k v#c\n");
+    EXPECT_THROW(editor.setValue("[\"k\"]", "x\\"), teskpf::EditError);
+    EXPECT_EQ(editor.text(), "k v#c\n");
+}
+
+TEST(Editor, SaveRefreshesTopLevelRevisionTimeInPlace) {
+    TempDir dir;
+    const std::string path = dir.write("r.pf", "a 1\npf_revision_time   12  # kept\nb &Arr{\n  pf_revision_time 5\n}\n");
+    PinnedClock clock(1800000000.75);
+    Editor editor = Editor::open(path);
+    editor.setValue("[\"a\"]", "2");
+    editor.save();
+    EXPECT_FALSE(editor.changed());
+    EXPECT_EQ(readText(path), "a 2\npf_revision_time   1800000000  # kept\nb &Arr{\n  pf_revision_time 5\n}\n");
+    EXPECT_EQ(editor.text(), readText(path));
+}
+
+TEST(Editor, OpenAndSaveErrors) {
+    TempDir dir;
+    try {
+        Editor::open(dir.path() + "/missing.pf");
+        ADD_FAILURE();
+    } catch (const teskpf::IoError &error) {
+        EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+    }
+    EXPECT_THROW(Editor::openLocked(dir.path() + "/missing.pf"), teskpf::IoError);
+    // openLocked holds the lock until save; saveAs writes exactly the name given.
+    const std::string path = dir.write("l.pf", "a 1\n");
+    Editor editor = Editor::openLocked(path);
+    editor.setValue("[\"a\"]", "2");
+    editor.saveAs(dir.path() + "/copy");
+    EXPECT_EQ(readText(dir.path() + "/copy"), "a 2\n");
+    EXPECT_EQ(readText(path), "a 1\n");
+    EXPECT_FALSE(fs::exists(dir.path() + "/copy.pf"));
+    teskpf::FileLock free_again(path);  // would block if the editor still held it
+}
+
+// Random files from a small generator and random edits: after each accepted
+// edit every line outside the edited ones is byte for byte the same, and the
+// other entries read back the same.
+namespace {
+
+std::string randomFile(std::mt19937 &rng) {
+    static const char *const keys[] = {"a", "b", "arr[0]", "pf_revision_time", "k"};
+    static const char *const values[] = {"1", "x y", "a\\#b", "", "&Arr", "}"};
+    static const char *const gaps[] = {" ", "\t", "   ", " \t "};
+    static const char *const comments[] = {"", "# c", "#<int>", "#<int>  <int> w", "#"};
+    static const char *const ends[] = {"\n", "\r\n"};
+    auto pick = [&](auto &list) { return std::string(list[rng() % std::size(list)]); };
+    std::string text;
+    std::vector<bool> open;  // true for a list block
+    const int lines = static_cast<int>(rng() % 14);
+    for (int i = 0; i < lines; ++i) {
+        std::string indent(open.size(), rng() % 3 ? '\t' : ' ');
+        const auto kind = rng() % 10;
+        const bool in_list = !open.empty() && open.back();
+        std::string line;
+        if (kind == 0 && !open.empty()) {
+            line = indent.substr(1) + "}" + (rng() % 4 ? "" : " tail");
+            open.pop_back();
+        } else if (kind == 1 && open.size() < 3) {
+            line = indent + (in_list ? "" : pick(keys) + " ") + (rng() % 2 ? "&Arr{" : "&Tbl{") + (rng() % 5 ? "" : " x");
+            open.push_back(line.back() == '{' ? line[line.size() - 4] == 'T' : line[line.size() - 6] == 'T');
+        } else if (kind == 2) {
+            line = indent + pick(comments);
+        } else if (kind == 3 && open.empty() && rng() % 3 == 0) {
+            line = "}";
+        } else {
+            std::string value = pick(values);
+            if (in_list && (value.empty() || value == "}")) value = "m";
+            line = indent + (in_list ? "" : pick(keys) + pick(gaps)) + value;
+            if (std::string c = pick(comments); !c.empty()) line += pick(gaps) + c;
+        }
+        if (rng() % 25 == 0) line += std::string("\0z", 2);
+        text += line + pick(ends);
+    }
+    if (!text.empty() && rng() % 4 == 0) text.pop_back();
+    return text;
+}
+
+std::vector<std::string> linesOf(const std::string &text) {
+    std::vector<std::string> out;
+    size_t p = 0;
+    while (p < text.size()) {
+        size_t e = text.find('\n', p);
+        e = e == std::string::npos ? text.size() : e + 1;
+        out.push_back(text.substr(p, e - p));
+        p = e;
+    }
+    return out;
+}
+
+// The entries with everything reading gives but their line and key path.
+std::vector<std::string> entriesOf(const std::string &text) {
+    teskpf::ParsedFile parsed("p", text);
+    std::vector<std::string> out;
+    std::string b1, b2;
+    for (const teskpf::FileEntry &e : parsed.entries())
+        out.push_back(std::to_string(e.level) + "|" + std::string(parsed.key(e)) + "|" +
+                      std::string(parsed.value(e, b1)) + "|" + std::string(parsed.comment(e, b2)) + "|" +
+                      std::string(parsed.constraints(e)));
+    return out;
+}
+
+}  // namespace
+
+TEST(Editor, RandomEditsKeepEverythingElse) {
+    std::mt19937 rng(20240607);
+    static const char *const new_values[] = {"v", "a#b", "", "}x", "&Tbl{", "two words", " pad", "t\tab", "\\"};
+    int accepted = 0;
+    for (int iteration = 0; iteration < 3000; ++iteration) {
+        const std::string before = randomFile(rng);
+        std::optional<Editor> editor;
+        try {
+            editor.emplace(Editor::fromText("p", before));
+        } catch (const teskpf::Error &) {
+            continue;  // a key-less line in an associative block
+        }
+        teskpf::ParsedFile parsed("p", before);
+        std::vector<long> lines;
+        for (const teskpf::FileEntry &e : parsed.entries())
+            if (e.kind != teskpf::EntryKind::Note) lines.push_back(static_cast<long>(e.line));
+        if (lines.empty()) continue;
+        const long line = lines[rng() % lines.size()];
+        const std::string value = new_values[rng() % std::size(new_values)];
+        const auto op = rng() % 3;
+        try {
+            if (op == 0) editor->setValueAtLine(line, value);
+            if (op == 1) editor->setCommentAtLine(line, value);
+            if (op == 2) editor->removeAtLine(line);
+        } catch (const teskpf::EditError &) {
+            ASSERT_EQ(editor->text(), before) << "a refused edit changed the text";
+            continue;
+        }
+        ++accepted;
+        const std::vector<std::string> old_lines = linesOf(before), new_lines = linesOf(editor->text());
+        const std::vector<std::string> old_entries = entriesOf(before), new_entries = entriesOf(editor->text());
+        if (op == 2) {
+            // Removal takes out a run of whole lines starting at `line`, and the entries on them.
+            const size_t removed = old_lines.size() - new_lines.size();
+            ASSERT_GT(removed, 0u) << before;
+            std::vector<std::string> expected = old_lines;
+            expected.erase(expected.begin() + line, expected.begin() + line + static_cast<long>(removed));
+            if (!expected.empty() && !new_lines.empty() && static_cast<size_t>(line) == expected.size() &&
+                expected.back().back() != '\n')
+                continue;
+            EXPECT_EQ(new_lines, expected) << before;
+            EXPECT_LT(new_entries.size(), old_entries.size());
+            continue;
+        }
+        ASSERT_EQ(new_lines.size(), old_lines.size()) << before;
+        for (size_t i = 0; i < old_lines.size(); ++i) {
+            if (static_cast<long>(i) == line) continue;
+            ASSERT_EQ(new_lines[i], old_lines[i]) << before;
+        }
+        ASSERT_EQ(new_entries.size(), old_entries.size()) << before;
+        size_t differing = 0;
+        for (size_t i = 0; i < old_entries.size(); ++i) differing += new_entries[i] != old_entries[i];
+        EXPECT_LE(differing, 1u) << before;
+    }
+    EXPECT_GT(accepted, 1000);
+}
