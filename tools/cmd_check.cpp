@@ -1,45 +1,87 @@
-// teskpf check NAME...: every value against its constraints (the linter).
+// teskpf check [--format text|json|github] [--strict] NAME|FILE|DIR...: the linter.
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
 
+#include <teskpf/diagnostics.h>
+#include <teskpf/error.h>
+#include <teskpf/search.h>
+
 #include "command.h"
-#include "entries.h"
-#include "param_files.h"
+#include "diagnostic_output.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
 
 namespace {
 
-// Prints one line per problem of the loaded entries; true when there is none.
-bool reportProblems(const TeskPf &pf) {
-    bool clean = true;
-    for (int i = 0; i < pf.size(); ++i) {
-        if (isCommentEntry(pf, i)) continue;
-        const std::string source = pf.getSource(i);
-        bool parsed = true;
-        const std::string constraints = pf.getConstraints(i, &parsed);
-        if (!parsed) {
-            std::cout << source << ": " << pf.getKey(i) << ": cannot parse constraints '" << constraints << "'\n";
-            clean = false;
-        }
-        // A block opening's annotation applies to its members, not to "&Arr".
-        if (!isBlockOpening(pf, i) && !pf.checkValue(i, nullptr, nullptr)) {
-            std::cout << source << ": " << violationText(pf, i) << '\n';
-            clean = false;
-        }
+namespace fs = std::filesystem;
+
+// Every *.pf file below `dir`, sorted.
+std::vector<std::string> parameterFilesBelow(const std::string &dir) {
+    std::vector<std::string> files;
+    std::error_code error;
+    fs::recursive_directory_iterator it(dir, error), end;
+    for (; !error && it != end; it.increment(error)) {
+        std::error_code ignored;
+        if (it->path().extension() == ".pf" && it->is_regular_file(ignored)) files.push_back(it->path().string());
     }
-    return clean;
+    if (error) throw ToolError("cannot read directory " + dir + ": " + error.message(), kExitError);
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+// The diagnostics of one argument: a directory's *.pf files, a file alone,
+// or a name along PFPATH with its layers. Adds the files checked to `files`.
+std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, size_t &files) {
+    std::error_code ignored;
+    if (fs::is_directory(arg, ignored)) {
+        std::vector<teskpf::Diagnostic> all;
+        for (const std::string &file : parameterFilesBelow(arg)) {
+            std::vector<teskpf::Diagnostic> found = teskpf::checkFile(file);
+            all.insert(all.end(), found.begin(), found.end());
+            ++files;
+        }
+        return all;
+    }
+    if (fs::is_regular_file(arg, ignored)) {
+        ++files;
+        return teskpf::checkFile(arg);
+    }
+    std::vector<teskpf::Diagnostic> found = teskpf::checkName(arg);
+    files += teskpf::parameterFiles(arg).size();
+    return found;
+}
+
+OutputFormat formatOption(const CommandLine &line) {
+    const std::string format = line.has("--format") ? line.value("--format") : "text";
+    if (format == "text") return OutputFormat::Text;
+    if (format == "json") return OutputFormat::Json;
+    if (format == "github") return OutputFormat::Github;
+    throw UsageError("check: unknown format '" + format + "' (text, json or github)", "check");
 }
 
 int runCheck(const CommandLine &line) {
-    // Every name is checked even after one fails to read: the worst status wins.
+    const OutputFormat format = formatOption(line);
+    std::vector<teskpf::Diagnostic> all;
+    size_t files = 0;
+    // Every argument is checked even after one fails to read: the worst status wins.
     int status = kExitOk;
-    for (const std::string &name : line.positional) {
-        int result = runReportingErrors(
-            [&] { return reportProblems(loadParameterFile(name)) ? kExitOk : kExitFailed; });
-        status = std::max(status, result);
+    for (const std::string &arg : line.positional) {
+        status = std::max(status, runReportingErrors([&] {
+                              std::vector<teskpf::Diagnostic> found = checkArgument(arg, files);
+                              all.insert(all.end(), found.begin(), found.end());
+                              return kExitOk;
+                          }));
     }
+    printDiagnostics(all, format, std::cout);
+    const size_t errors = static_cast<size_t>(std::count_if(all.begin(), all.end(), [](const auto &d) {
+        return d.severity == teskpf::Severity::Error;
+    }));
+    const size_t warnings = all.size() - errors;
+    std::cout.flush();
+    std::cerr << summaryLine(errors, warnings, files) << '\n';
+    if (errors > 0 || (warnings > 0 && line.has("--strict"))) status = std::max<int>(status, kExitFailed);
     return status;
 }
 
@@ -47,16 +89,22 @@ int runCheck(const CommandLine &line) {
 
 Command checkCommand() {
     return {"check",
-            "check NAME...",
-            "check every value against its constraints",
-            "Checks each entry that holds a value (not block openings, comments or\n"
-            "blank lines) against its constraints: its own annotation, else its\n"
-            "block's. Prints one line per problem to stdout:\n"
-            "  SOURCE: KEY: VALUE does not satisfy CONSTRAINTS\n"
-            "  SOURCE: KEY: cannot parse constraints 'TEXT'\n"
-            "SOURCE is file:line, lines counted from 0. Exit status 1 when any\n"
-            "problem was found, 2 when a file could not be read, else 0.\n",
-            {{}, {"NAME"}, 1, true},
+            "check [--format text|json|github] [--strict] NAME|FILE|DIR...",
+            "lint parameter files: layout, annotations and values",
+            "Reports what reading passes over silently (a stray '}', a block left\n"
+            "open, text after a brace, a key defined twice, an annotation that does\n"
+            "not parse, bytes that are not text) and every value that fails the\n"
+            "annotation in effect: its own, else its block's, else the one of the\n"
+            "lower-layer definition it overrides. Arguments:\n"
+            "  DIR   every *.pf file below it, each alone, in sorted order\n"
+            "  FILE  an existing file, alone\n"
+            "  NAME  every file of that name along PFPATH, layered\n"
+            "Formats (--format): text (FILE:LINE:COLUMN: error|warning: MESSAGE\n"
+            "[rule], 1-based), json (one array of objects) or github (workflow\n"
+            "annotations). A summary goes to standard error. Exit status 0 when\n"
+            "there is no error (and, with --strict, no warning), 1 when there is,\n"
+            "2 for a usage error or a file that cannot be read.\n",
+            {{{"--format", true}, {"--strict", false}}, {"NAME"}, 1, true},
             runCheck};
 }
 

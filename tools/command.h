@@ -21,6 +21,7 @@ struct Command {
 Command showCommand();
 Command getCommand();
 Command checkCommand();
+Command explainCommand();
 Command setCommand();
 Command fmtCommand();
 Command keysCommand();

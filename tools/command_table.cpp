@@ -3,7 +3,7 @@
 namespace teskpf_tool {
 
 const std::vector<Command> &allCommands() {
-    static const std::vector<Command> commands = {showCommand(), getCommand(),  checkCommand(), setCommand(),
+    static const std::vector<Command> commands = {showCommand(), getCommand(),  checkCommand(), explainCommand(), setCommand(),
                                                   fmtCommand(),  keysCommand(), filesCommand()};
     return commands;
 }

@@ -21,24 +21,26 @@ Table<std::string> splitFields(std::string_view text) {
     return out;
 }
 
-namespace {
-
-bool isInteger(const std::string &field) {
+std::optional<long long> leadingInteger(const std::string &field) {
     const char *start = field.c_str();
     char *end = nullptr;
     errno = 0;
-    std::strtoll(start, &end, 0);
-    return end != start && errno != ERANGE;
+    long long number = std::strtoll(start, &end, 0);
+    if (end == start || errno == ERANGE) return std::nullopt;
+    return number;
 }
 
-bool isFloat(const std::string &field) {
+std::optional<double> leadingFloat(const std::string &field) {
     static const locale_t c_locale = newlocale(LC_ALL_MASK, "C", locale_t{});
     const char *start = field.c_str();
     char *end = nullptr;
     errno = 0;
-    strtod_l(start, &end, c_locale);
-    return end != start && errno != ERANGE;
+    double number = strtod_l(start, &end, c_locale);
+    if (end == start || errno == ERANGE) return std::nullopt;
+    return number;
 }
+
+namespace {
 
 bool isWord(const std::string &field, const Table<std::string> &words) {
     if (words.empty()) return true;
@@ -48,18 +50,43 @@ bool isWord(const std::string &field, const Table<std::string> &words) {
     return false;
 }
 
-}  // namespace
-
-bool fieldSatisfies(const std::string &field, const TeskPf_Constraint &constraint) {
-    switch (constraint.type) {
-    case CONSTRAINT_STR: return isWord(field, constraint.string_enum);
-    case CONSTRAINT_INT: return isInteger(field);
-    case CONSTRAINT_FLOAT: return isFloat(field);
+// The verdict for every type but <str>, whose words need a lookup.
+bool hasTypeOf(const std::string &field, int type) {
+    switch (type) {
+    case CONSTRAINT_INT: return leadingInteger(field).has_value();
+    case CONSTRAINT_FLOAT: return leadingFloat(field).has_value();
     case CONSTRAINT_COLOR:
     case CONSTRAINT_FONT:
     case CONSTRAINT_REGEX: return true;
     default: return false;
     }
+}
+
+}  // namespace
+
+bool fieldSatisfies(const std::string &field, const TeskPf_Constraint &constraint) {
+    if (constraint.type == CONSTRAINT_STR) return isWord(field, constraint.string_enum);
+    return hasTypeOf(field, constraint.type);
+}
+
+AnnotationCheck::AnnotationCheck(Table<TeskPf_Constraint> constraints) : constraints_(std::move(constraints)) {
+    words_.reserve(constraints_.size());
+    for (const TeskPf_Constraint &constraint : constraints_)
+        words_.emplace_back(constraint.string_enum.begin(), constraint.string_enum.end());
+}
+
+bool AnnotationCheck::satisfies(std::string_view value) const {
+    if (constraints_.empty()) return true;
+    Table<std::string> fields = splitFields(value);
+    if (fields.size() != constraints_.size()) return false;
+    for (size_t i = 0; i < fields.size(); ++i) {
+        if (constraints_[i].type != CONSTRAINT_STR) {
+            if (!hasTypeOf(fields[i], constraints_[i].type)) return false;
+        } else if (!words_[i].empty() && words_[i].count(fields[i]) == 0) {
+            return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace teskpf

@@ -1,8 +1,11 @@
 // Checking values against constraint records.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
+#include <vector>
 
 #include "TeskPf.h"
 
@@ -17,5 +20,30 @@ Table<std::string> splitFields(std::string_view text);
 // floating-point number without range error (read in the C locale whatever
 // the application's locale), <color>/<font>/<regex> anything.
 bool fieldSatisfies(const std::string &field, const TeskPf_Constraint &constraint);
+
+// The numbers an <int> / <float> field stands for. These are the conversions
+// the checks use, so a field converts exactly when it satisfies the check:
+// the leading number is read and text after it is ignored.
+// The leading integer (strtoll, base 0); nothing when there is none or it does
+// not fit 64 bits.
+std::optional<long long> leadingInteger(const std::string &field);
+// The leading floating-point number (strtod in the C locale); nothing when
+// there is none or it is out of range.
+std::optional<double> leadingFloat(const std::string &field);
+
+// One parsed annotation, prepared for checking many values: the words of each
+// <str>(...) are hashed once, so a check costs time linear in the value, not
+// in the word list. Verdicts are those of TeskPf::checkValue.
+class AnnotationCheck {
+public:
+    explicit AnnotationCheck(Table<TeskPf_Constraint> constraints);
+    // Whether `value` has one field per annotation and each field satisfies
+    // its annotation; true for an empty annotation.
+    bool satisfies(std::string_view value) const;
+
+private:
+    Table<TeskPf_Constraint> constraints_;
+    std::vector<std::unordered_set<std::string>> words_;  // per annotation; empty: any field
+};
 
 }  // namespace teskpf

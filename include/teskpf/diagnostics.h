@@ -1,0 +1,36 @@
+// Diagnostics of parameter files: what reading passes over silently (a stray
+// "}", text after a brace, a key defined twice, an annotation that does not
+// parse, bytes that are not text) and values that fail the annotation in
+// effect, across the layers of a name. Locations are 1-based.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace teskpf {
+
+enum class Severity { Error, Warning };
+
+// One problem found in one file.
+struct Diagnostic {
+    std::string file;    // the file, as given or as found along PFPATH
+    long line = 0;       // 1-based
+    long column = 0;     // 1-based: the byte offset in the line plus one
+    Severity severity = Severity::Error;
+    std::string rule;     // stable kebab-case id, e.g. "stray-close"
+    std::string message;  // what is wrong and what to do about it
+    std::string key;      // the key path concerned; "" when there is none
+};
+
+// "error" or "warning".
+const char *severityName(Severity severity);
+
+// Checks the file at `path` read alone. Throws IoError when it cannot be read.
+std::vector<Diagnostic> checkFile(const std::string &path);
+
+// Checks every file of the parameter-file name `name` along PFPATH ("~"
+// expanded), and the values in effect once they are layered. Throws IoError
+// when the name resolves to no file or a file cannot be read.
+std::vector<Diagnostic> checkName(const std::string &name);
+
+}  // namespace teskpf

@@ -1,0 +1,129 @@
+#include "detail/Layers.h"
+
+#include <system_error>
+
+#include "FileSearch.h"
+#include "KeyPath.h"
+#include "teskpf/error.h"
+#include "teskpf/search.h"
+
+namespace teskpf {
+
+namespace {
+
+// The classic handle of `name`, or null with `error` set when it does not load.
+std::unique_ptr<TeskPf> loadClassic(const std::string &name, std::string &error) {
+    try {
+        return std::make_unique<TeskPf>(name, 0);
+    } catch (const std::string &message) {
+        error = message;
+    }
+    return nullptr;
+}
+
+Layer readLayer(const std::string &path, const std::string &source) {
+    Layer layer;
+    layer.path = path;
+    layer.source = source;
+    std::string text;
+    int error = 0;
+    if (!readFileText(path, text, error))
+        throw IoError("cannot read " + path + ": " + std::generic_category().message(error), path,
+                      std::error_code(error, std::generic_category()));
+    try {
+        layer.parsed.emplace(source, std::move(text));
+    } catch (const std::string &message) {
+        layer.parse_error = message;
+        return layer;
+    }
+    layer.entry_at_line.assign(layer.parsed->lineCount(), -1);
+    const std::vector<FileEntry> &entries = layer.parsed->entries();
+    for (size_t i = 0; i < entries.size(); ++i) layer.entry_at_line[entries[i].line] = static_cast<int32_t>(i);
+    return layer;
+}
+
+}  // namespace
+
+Layers Layers::ofFile(const std::string &path) {
+    // The classic handle searches PFPATH for a name without "/": keep it to this file.
+    const std::string source = path.find('/') == std::string::npos ? "./" + path : path;
+    Layers layers;
+    layers.files.push_back(readLayer(path, source));
+    if (findParameterFiles(source) != std::vector<std::string>{source})
+        throw IoError("cannot check " + path + " alone: reading it would read another file; name it *.pf", path,
+                      std::make_error_code(std::errc::invalid_argument));
+    layers.merged = loadClassic(source, layers.merged_error);
+    return layers;
+}
+
+Layers Layers::ofName(const std::string &name) {
+    const std::vector<std::string> paths = parameterFiles(name);
+    if (paths.empty())
+        throw IoError("no parameter file named '" + name + "' along PFPATH", name,
+                      std::make_error_code(std::errc::no_such_file_or_directory));
+    Layers layers;
+    for (const std::string &path : paths) layers.files.push_back(readLayer(path, path));
+    layers.merged = loadClassic(name, layers.merged_error);
+    // A lower layer alone tells which annotation an override replaced.
+    if (layers.files.size() > 1) {
+        for (size_t i = 0; i + 1 < layers.files.size(); ++i) {
+            std::string ignored;
+            layers.files[i].alone = loadClassic(layers.files[i].source, ignored);
+        }
+    }
+    return layers;
+}
+
+int Layers::layerOf(const std::string &source) const {
+    for (size_t i = 0; i < files.size(); ++i)
+        if (files[i].source == source) return static_cast<int>(i);
+    return -1;
+}
+
+SourceLine splitSource(const std::string &source) {
+    size_t colon = source.rfind(':');
+    if (colon == std::string::npos) return {};
+    return {source.substr(0, colon), std::strtol(source.c_str() + colon + 1, nullptr, 10)};
+}
+
+std::shared_ptr<const AnnotationInEffect> AnnotationResolver::classic(const TeskPf &pf, int index, bool memo) {
+    std::string own = pf.getConstraints(index, nullptr);
+    if (!own.empty())
+        return std::make_shared<AnnotationInEffect>(AnnotationInEffect{own, splitSource(pf.getSource(index)), false});
+    static const auto none = std::make_shared<const AnnotationInEffect>();
+    const std::string parent_key(enclosingKey(pf.getKey(index)));
+    if (parent_key.empty()) return none;
+    int parent = pf.getEntryIndex(parent_key);
+    if (parent < 0) return none;
+    if (memo) {
+        auto found = merged_blocks_.find(parent);
+        if (found != merged_blocks_.end()) return found->second;
+    }
+    std::string block = pf.getConstraints(parent, nullptr);
+    auto annotation = block.empty() ? none
+                                    : std::make_shared<const AnnotationInEffect>(AnnotationInEffect{
+                                          std::move(block), splitSource(pf.getSource(parent)), false});
+    if (memo) merged_blocks_.emplace(parent, annotation);
+    return annotation;
+}
+
+std::shared_ptr<const AnnotationInEffect> AnnotationResolver::of(int index) {
+    const TeskPf &merged = *layers_.merged;
+    std::shared_ptr<const AnnotationInEffect> found = classic(merged, index, true);
+    if (!found->text.empty()) return found;
+    const std::string key = merged.getKey(index);
+    for (int below = layers_.layerOf(splitSource(merged.getSource(index)).file); below-- > 0;) {
+        const TeskPf *lower = layers_.files[static_cast<size_t>(below)].alone.get();
+        int replaced = lower ? lower->getEntryIndex(key) : -1;
+        if (replaced < 0) continue;
+        std::shared_ptr<const AnnotationInEffect> inherited = classic(*lower, replaced, false);
+        if (!inherited->text.empty()) {
+            AnnotationInEffect copy = *inherited;
+            copy.inherited = true;
+            return std::make_shared<const AnnotationInEffect>(std::move(copy));
+        }
+    }
+    return found;
+}
+
+}  // namespace teskpf

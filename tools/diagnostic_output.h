@@ -1,0 +1,26 @@
+// Printing diagnostics as text, JSON or workflow annotations.
+#pragma once
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <teskpf/diagnostics.h>
+
+namespace teskpf_tool {
+
+enum class OutputFormat { Text, Json, Github };
+
+// Text: "FILE:LINE:COLUMN: error: MESSAGE [rule]" per line. Json: one array
+// of objects (file, line, column, severity, rule, message, key), valid JSON
+// whatever bytes the texts hold. Github: "::error file=...,line=...,col=...::MESSAGE".
+void printDiagnostics(const std::vector<teskpf::Diagnostic> &diagnostics, OutputFormat format, std::ostream &out);
+
+// "3 errors, 2 warnings in 4 files".
+std::string summaryLine(size_t errors, size_t warnings, size_t files);
+
+// `text` as a JSON string literal: control bytes as \u00XX, each byte of
+// invalid UTF-8 as U+FFFD.
+std::string jsonString(const std::string &text);
+
+}  // namespace teskpf_tool
