@@ -1,0 +1,123 @@
+#include <teskpf/document.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include <teskpf/error.h>
+#include <teskpf/save.h>
+#include <teskpf/search.h>
+
+#include "LayeredEntries.h"
+#include "TeskPf.h"
+#include "TextGenerator.h"
+#include "detail/DocumentData.h"
+#include "detail/EditRules.h"
+
+namespace teskpf {
+
+namespace {
+
+std::string readOrThrow(const std::string &path) {
+    std::string text;
+    int error = 0;
+    if (!readFileText(path, text, error)) {
+        std::error_code code(error, std::generic_category());
+        throw IoError("cannot read '" + path + "': " + code.message(), path, code);
+    }
+    return text;
+}
+
+// Parses the files and builds the document; the core's std::string errors
+// become teskpf::Error naming the file being read.
+std::unique_ptr<detail::DocumentData> build(std::vector<std::string> names, const std::vector<std::string> &texts) {
+    auto data = std::make_unique<detail::DocumentData>();
+    std::vector<ParsedFile> files;
+    files.reserve(names.size());
+    std::string current;
+    try {
+        for (size_t i = 0; i < names.size(); ++i) {
+            current = names[i];
+            files.emplace_back(names[i], texts[i]);
+        }
+        current = names.size() == 1 ? names[0] : std::string();
+        data->entries = layeredEntries(files, data->constraints);
+    } catch (const std::string &message) {
+        throw Error(message, current);
+    }
+    data->files = std::move(names);
+    data->buildTree();
+    return data;
+}
+
+}  // namespace
+
+Document::Document(std::unique_ptr<detail::DocumentData> data) : data_(std::move(data)) {}
+Document::Document(Document &&) noexcept = default;
+Document &Document::operator=(Document &&) noexcept = default;
+Document::~Document() = default;
+
+Document Document::load(std::string_view name) {
+    std::vector<std::string> names = parameterFiles(name);
+    if (names.empty()) {
+        std::error_code code(ENOENT, std::generic_category());
+        throw IoError("no parameter file '" + std::string(name) + "' along the search path " + searchPath(),
+                      std::string(name), code);
+    }
+    std::vector<std::string> texts;
+    texts.reserve(names.size());
+    for (const std::string &file : names) texts.push_back(readOrThrow(file));
+    return Document(build(std::move(names), texts));
+}
+
+Document Document::loadFile(const std::string &path) { return Document(build({path}, {readOrThrow(path)})); }
+
+Document Document::parse(std::string_view text, std::string_view name) {
+    Document document(build({std::string(name)}, {std::string(text)}));
+    document.data_->files.clear();
+    return document;
+}
+
+const std::vector<std::string> &Document::files() const { return data_->files; }
+
+Node Document::root() const { return Node(data_.get(), -1); }
+
+Node Document::operator[](std::string_view name) const { return root()[name]; }
+
+Node Document::at(std::string_view name) const { return root().at(name); }
+
+bool Document::contains(std::string_view name) const { return root().contains(name); }
+
+std::size_t Document::size() const { return root().size(); }
+
+MemberIterator Document::begin() const { return root().begin(); }
+
+MemberIterator Document::end() const { return root().end(); }
+
+Node Document::find(std::string_view key_path) const {
+    int found = data_->index.find(data_->entries, key_path);
+    return found < 0 ? Node() : Node(data_.get(), found);
+}
+
+void Document::on_change(ChangeHook hook) { data_->on_change = std::move(hook); }
+
+void Document::set(std::string_view key_path, std::string value) {
+    Node node = find(key_path);
+    if (!node.is_value()) throw Error("no value at " + std::string(key_path));
+    Entry &entry = data_->entries[static_cast<size_t>(node.entry_)];
+    if (data_->on_change) data_->on_change(key_path, entry[FIELD_VALUE], value);
+    const int32_t parent = data_->parents[static_cast<size_t>(node.entry_)];
+    const bool list_member = parent >= 0 && Node(data_.get(), parent).is_list();
+    std::string problem = valueProblem(value, list_member);
+    if (!problem.empty()) {
+        Source source = node.source();
+        throw EditError("cannot set " + std::string(key_path) + ": " + problem, source.file,
+                        source.line);
+    }
+    entry[FIELD_VALUE] = std::move(value);
+}
+
+std::string Document::to_string() const { return generateText(data_->entries); }
+
+void Document::save(const std::string &path) const { saveFile(path, to_string()); }
+
+}  // namespace teskpf

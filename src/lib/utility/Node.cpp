@@ -1,0 +1,171 @@
+#include <teskpf/node.h>
+
+#include <teskpf/convert.h>
+#include <teskpf/error.h>
+
+#include "KeyPath.h"
+#include "LevelText.h"
+#include "TeskPf.h"
+#include "ValueCheck.h"
+#include "detail/BlockSyntax.h"
+#include "detail/DocumentData.h"
+
+namespace teskpf {
+
+namespace {
+
+const std::string &field(const detail::DocumentData &data, int32_t entry, int which) {
+    return data.entry(entry)[static_cast<size_t>(which)];
+}
+
+// The annotation text that applies to `entry` and where it comes from: its
+// own, else that of the block its key path sits in (as TeskPf::checkValue).
+std::pair<std::string, AnnotationOrigin> annotationInEffect(const detail::DocumentData &data, int32_t entry) {
+    const std::string &own = field(data, entry, FIELD_CONSTRAINTS);
+    if (!own.empty()) return {own, AnnotationOrigin::Own};
+    std::string_view parent_key = enclosingKey(field(data, entry, FIELD_KEY));
+    if (parent_key.empty()) return {{}, AnnotationOrigin::None};
+    int parent = data.index.find(data.entries, parent_key);
+    if (parent < 0 || field(data, parent, FIELD_CONSTRAINTS).empty()) return {{}, AnnotationOrigin::None};
+    return {field(data, parent, FIELD_CONSTRAINTS), AnnotationOrigin::Enclosing};
+}
+
+}  // namespace
+
+bool Node::is_block() const { return data_ && (entry_ < 0 || field(*data_, entry_, FIELD_VALUE) == kArrMarker); }
+
+bool Node::is_list() const { return data_ && entry_ >= 0 && field(*data_, entry_, FIELD_VALUE) == kTblMarker; }
+
+bool Node::is_value() const { return data_ && entry_ >= 0 && !data_->opensBlock(entry_); }
+
+Node Node::operator[](std::string_view name) const {
+    if (!is_block()) return {};
+    int32_t member = data_->memberNamed(entry_, name);
+    return member < 0 ? Node() : Node(data_, member);
+}
+
+Node Node::operator[](std::size_t position) const {
+    if (!data_ || is_value()) return {};
+    const std::vector<int32_t> &members = data_->childrenOf(entry_);
+    return position < members.size() ? Node(data_, members[position]) : Node();
+}
+
+Node Node::at(std::string_view name) const {
+    Node found = (*this)[name];
+    if (!found) {
+        std::string path = key_path();
+        appendNamedComponent(path, name);
+        throw Error("no key " + path);
+    }
+    return found;
+}
+
+Node Node::at(std::size_t position) const {
+    Node found = (*this)[position];
+    if (!found) {
+        std::string path = key_path();
+        appendListComponent(path, static_cast<long>(position));
+        throw Error("no key " + path);
+    }
+    return found;
+}
+
+bool Node::contains(std::string_view name) const { return static_cast<bool>((*this)[name]); }
+
+std::size_t Node::size() const { return data_ && !is_value() ? data_->childrenOf(entry_).size() : 0; }
+
+MemberIterator Node::begin() const {
+    if (!data_ || is_value()) return {};
+    return MemberIterator(data_, data_->childrenOf(entry_).data());
+}
+
+MemberIterator Node::end() const {
+    if (!data_ || is_value()) return {};
+    const std::vector<int32_t> &members = data_->childrenOf(entry_);
+    return MemberIterator(data_, members.data() + members.size());
+}
+
+Member MemberIterator::operator*() const { return {data_->nameOf(*at_), Node(data_, *at_)}; }
+
+std::string Node::key_path() const { return data_ && entry_ >= 0 ? field(*data_, entry_, FIELD_KEY) : std::string(); }
+
+std::string_view Node::name() const { return data_ && entry_ >= 0 ? data_->nameOf(entry_) : std::string_view(); }
+
+int Node::level() const { return data_ && entry_ >= 0 ? parseLevel(field(*data_, entry_, FIELD_LEVEL)) : -1; }
+
+Source Node::source() const {
+    if (!data_ || entry_ < 0) return {};
+    const std::string &source = field(*data_, entry_, FIELD_SOURCE);
+    size_t colon = source.rfind(':');
+    return {source.substr(0, colon), std::stol(source.substr(colon + 1)) + 1};
+}
+
+std::string_view Node::comment() const { return fieldOrEmpty(FIELD_COMMENT); }
+
+std::string_view Node::annotation() const { return fieldOrEmpty(FIELD_CONSTRAINTS); }
+
+std::string_view Node::text() const { return fieldOrEmpty(FIELD_VALUE); }
+
+std::string_view Node::fieldOrEmpty(int which) const {
+    if (!data_ || entry_ < 0) return {};
+    return field(*data_, entry_, which);
+}
+
+std::vector<std::string> Node::fields() const {
+    if (!is_value()) return {};
+    Table<std::string> split = splitFields(text());
+    return {split.begin(), split.end()};
+}
+
+template <>
+std::optional<std::int64_t> Node::get<std::int64_t>() const {
+    return is_value() ? to_integer(text()) : std::nullopt;
+}
+
+template <>
+std::optional<double> Node::get<double>() const {
+    return is_value() ? to_float(text()) : std::nullopt;
+}
+
+template <>
+std::optional<bool> Node::get<bool>() const {
+    return is_value() ? to_bool(text()) : std::nullopt;
+}
+
+template <>
+std::optional<std::string> Node::get<std::string>() const {
+    if (!is_value()) return std::nullopt;
+    return std::string(text());
+}
+
+Verdict Node::check() const {
+    Verdict verdict;
+    if (!data_) {
+        verdict.message = "no such key";
+        return verdict;
+    }
+    if (entry_ < 0) {
+        verdict.ok = true;
+        return verdict;
+    }
+    auto [annotation, origin] = annotationInEffect(*data_, entry_);
+    verdict.annotation = annotation;
+    verdict.origin = origin;
+    if (origin == AnnotationOrigin::None) {
+        verdict.ok = true;
+        return verdict;
+    }
+    auto table = data_->constraints.find(annotation);
+    if (table == data_->constraints.end()) {
+        verdict.message = key_path() + ": cannot parse constraints '" + annotation + "'";
+        return verdict;
+    }
+    for (const TeskPf_Constraint &constraint : table->second)
+        verdict.types.push_back(static_cast<ValueType>(constraint.type));
+    // A block's annotation is for its members, not for its marker.
+    verdict.ok = !is_value() || AnnotationCheck(table->second).satisfies(text());
+    if (!verdict.ok) verdict.message = key_path() + ": " + std::string(text()) + " does not satisfy " + annotation;
+    return verdict;
+}
+
+}  // namespace teskpf
