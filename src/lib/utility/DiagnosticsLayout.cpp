@@ -19,8 +19,8 @@ void reportNote(const ParsedFile &parsed, const LayoutNote &note, FileReport &re
     case LayoutNoteKind::StrayClose: {
         const size_t ignored = parsed.lineCount() - note.line - 1;
         report.add(Severity::Error, "stray-close", note.line, note.line_begin, note.span.begin,
-                   "'}' closes no block: reading stops here and the " + plural(ignored, "line") +
-                       " after it are ignored; remove it or open the block it was meant to close");
+                   "'}' closes no block: reading stops here and the " + plural(ignored, "line") + " after it " +
+                       (ignored == 1 ? "is" : "are") + " ignored; remove it or open the block it was meant to close");
         break;
     }
     case LayoutNoteKind::UnclosedBlock:

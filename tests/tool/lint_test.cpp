@@ -1,0 +1,203 @@
+// The linter as data: each tests/data/lint/NAME.pf (or directory NAME/ with
+// base/NAME.pf and site/NAME.pf, checked as a name with PFPATH=base:site)
+// has NAME.expected, the text `teskpf check` prints (diagnostics, then the
+// summary from standard error). NAME.github.expected, when present, is the
+// output of --format github. Every case is also checked as JSON, which must
+// parse and say what the text says.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <sstream>
+
+#include "test_support.h"
+
+using namespace test_support;
+
+namespace {
+
+const std::string kLintDir = TESKPF_TEST_DATA_DIR "/lint";
+
+struct ToolRun {
+    int status = -1;
+    std::string out, err;
+};
+
+// Runs the tool in `dir` with PFPATH set (unset when empty).
+ToolRun runTool(const std::vector<std::string> &args, const std::string &dir, const std::string &pfpath) {
+    TempDir io;
+    const std::string out = io.path() + "/out", err = io.path() + "/err";
+    if (fork() == 0) {
+        std::vector<char *> argv{const_cast<char *>(TESKPF_TOOL)};
+        for (const std::string &arg : args) argv.push_back(const_cast<char *>(arg.c_str()));
+        argv.push_back(nullptr);
+        pfpath.empty() ? unsetenv("PFPATH") : setenv("PFPATH", pfpath.c_str(), 1);
+        if (chdir(dir.c_str()) != 0) _exit(127);
+        dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
+        dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
+        execv(TESKPF_TOOL, argv.data());
+        _exit(127);
+    }
+    int status = 0;
+    wait(&status);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(out), readText(err)};
+}
+
+// A small JSON reader: enough to take the check's output apart and to fail
+// on anything that is not JSON.
+class Json {
+public:
+    using Object = std::map<std::string, std::string>;  // numbers kept as their text
+    explicit Json(const std::string &text) : text_(text) {}
+
+    std::vector<Object> array() {
+        std::vector<Object> out;
+        expect('[');
+        if (peek() != ']') {
+            do out.push_back(object());
+            while (take(','));
+        }
+        expect(']');
+        if (peek() != '\0') fail("text after the array");
+        return out;
+    }
+
+private:
+    Object object() {
+        Object out;
+        expect('{');
+        do {
+            std::string name = string();
+            expect(':');
+            out[name] = peek() == '"' ? string() : number();
+        } while (take(','));
+        expect('}');
+        return out;
+    }
+    std::string string() {
+        expect('"');
+        std::string out;
+        for (;;) {
+            if (at_ >= text_.size()) fail("unterminated string");
+            unsigned char c = static_cast<unsigned char>(text_[at_++]);
+            if (c == '"') return out;
+            if (c < 0x20) fail("raw control byte in a string");
+            if (c != '\\') {
+                out += static_cast<char>(c);
+                continue;
+            }
+            char escape = text_.at(at_++);
+            if (escape == 'u') {
+                unsigned long code = std::stoul(text_.substr(at_, 4), nullptr, 16);
+                at_ += 4;
+                out += code < 0x80 ? std::string(1, static_cast<char>(code)) : "\xEF\xBF\xBD";
+            } else if (std::string("\"\\/").find(escape) != std::string::npos) {
+                out += escape;
+            } else {
+                out += std::string("\b\f\n\r\t").at(std::string("bfnrt").find(escape));
+            }
+        }
+    }
+    std::string number() {
+        size_t start = at_;
+        while (at_ < text_.size() && isdigit(static_cast<unsigned char>(text_[at_]))) ++at_;
+        if (start == at_) fail("expected a value");
+        return text_.substr(start, at_ - start);
+    }
+    char peek() {
+        while (at_ < text_.size() && isspace(static_cast<unsigned char>(text_[at_]))) ++at_;
+        return at_ < text_.size() ? text_[at_] : '\0';
+    }
+    bool take(char c) {
+        if (peek() != c) return false;
+        ++at_;
+        return true;
+    }
+    void expect(char c) {
+        if (!take(c)) fail(std::string("expected '") + c + "'");
+    }
+    [[noreturn]] void fail(const std::string &what) {
+        throw std::runtime_error("not JSON at byte " + std::to_string(at_) + ": " + what);
+    }
+    const std::string &text_;
+    size_t at_ = 0;
+};
+
+struct LintCase {
+    std::string name;
+    std::string dir;      // where the tool runs
+    std::string pfpath;   // "" for a single file
+    std::string argument;
+};
+
+std::vector<LintCase> lintCases() {
+    std::vector<LintCase> cases;
+    for (const auto &item : fs::directory_iterator(kLintDir)) {
+        const std::string stem = item.path().stem().string();
+        if (item.is_directory())
+            cases.push_back({stem, item.path().string(), "base:site", stem});
+        else if (item.path().extension() == ".pf")
+            cases.push_back({stem, kLintDir, "", stem + ".pf"});
+    }
+    std::sort(cases.begin(), cases.end(), [](const LintCase &a, const LintCase &b) { return a.name < b.name; });
+    return cases;
+}
+
+std::vector<std::string> lines(const std::string &text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) out.push_back(line);
+    return out;
+}
+
+}  // namespace
+
+class LintData : public ::testing::TestWithParam<LintCase> {};
+
+TEST_P(LintData, TextOutputMatchesExpected) {
+    const LintCase &c = GetParam();
+    ToolRun run = runTool({"check", c.argument}, c.dir, c.pfpath);
+    const std::string expected = readText(kLintDir + "/" + c.name + ".expected");
+    EXPECT_EQ(run.out + run.err, expected);
+    EXPECT_EQ(run.status, expected.find(": error: ") != std::string::npos ? 1 : 0);
+    ToolRun strict = runTool({"check", "--strict", c.argument}, c.dir, c.pfpath);
+    EXPECT_EQ(strict.status, run.out.empty() ? 0 : 1);
+}
+
+TEST_P(LintData, JsonSaysWhatTheTextSays) {
+    const LintCase &c = GetParam();
+    ToolRun text = runTool({"check", c.argument}, c.dir, c.pfpath);
+    ToolRun json = runTool({"check", "--format", "json", c.argument}, c.dir, c.pfpath);
+    EXPECT_EQ(json.status, text.status);
+    std::vector<Json::Object> objects;
+    ASSERT_NO_THROW(objects = Json(json.out).array()) << json.out;
+    std::vector<std::string> text_lines = lines(text.out);
+    ASSERT_EQ(objects.size(), text_lines.size());
+    for (size_t i = 0; i < objects.size(); ++i) {
+        Json::Object &o = objects[i];
+        const std::string head = o["file"] + ":" + o["line"] + ":" + o["column"] + ": " + o["severity"] + ": ";
+        EXPECT_EQ(text_lines[i].rfind(head, 0), 0u) << text_lines[i];
+        const std::string tail = " [" + o["rule"] + "]";
+        EXPECT_EQ(text_lines[i].substr(text_lines[i].size() - tail.size()), tail);
+    }
+}
+
+TEST_P(LintData, GithubOutputMatchesExpected) {
+    const LintCase &c = GetParam();
+    const std::string expected_file = kLintDir + "/" + c.name + ".github.expected";
+    if (!fs::exists(expected_file)) return;
+    ToolRun run = runTool({"check", "--format", "github", c.argument}, c.dir, c.pfpath);
+    EXPECT_EQ(run.out, readText(expected_file));
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, LintData, ::testing::ValuesIn(lintCases()),
+                         [](const ::testing::TestParamInfo<LintCase> &info) {
+                             std::string name = info.param.name;
+                             for (char &ch : name)
+                                 if (!isalnum(static_cast<unsigned char>(ch))) ch = '_';
+                             return name;
+                         });
