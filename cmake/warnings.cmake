@@ -1,0 +1,20 @@
+# Compiler warnings for TeskPf's own targets: an INTERFACE target that the
+# library, the tool, the tests and the examples link PRIVATE (the library
+# through $<BUILD_INTERFACE:...>), so the flags reach neither third-party code
+# nor consumers, and nothing about it is exported or installed.
+#
+# Every flag here is clean on the code today; keep it so. CI may turn on
+# TESKPF_WARNINGS_AS_ERRORS to hold the line.
+#   -Wshadow is off: TeskPf.cpp names parameters `string` and `pffile`,
+#     tools/tool_error.h and tests/test_support.h name constructor parameters
+#     after the members they set.
+#   -Wnon-virtual-dtor is off: the classic class TeskPf has a virtual
+#     function (valueChangedCallback) and, by design, no virtual destructor.
+option(TESKPF_WARNINGS_AS_ERRORS "Treat compiler warnings as errors in TeskPf's own code" OFF)
+
+add_library(teskpf_warnings INTERFACE)
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+  target_compile_options(teskpf_warnings INTERFACE
+    -Wall -Wextra -Wconversion
+    $<$<BOOL:${TESKPF_WARNINGS_AS_ERRORS}>:-Werror>)
+endif()
