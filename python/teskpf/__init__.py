@@ -1,0 +1,235 @@
+"""Read, check and edit parameter files.
+
+>>> cfg = teskpf.load("station")            # every station.pf along PFPATH
+>>> cfg["telemetry"]["port"]                 # plain values are str
+'18001'
+>>> cfg.to_dict(typed=True)["telemetry"]["port"]
+18001
+
+Blocks are read-only mappings, lists are sequences. ``teskpf.check`` lists
+the same diagnostics as ``teskpf check``; ``teskpf.edit`` changes a file in
+place, byte for byte outside the edit.
+"""
+
+from __future__ import annotations
+
+import contextlib
+import os
+from collections.abc import Iterator, Mapping, Sequence
+from dataclasses import dataclass
+from typing import Any, Union
+
+from . import _teskpf
+from ._teskpf import Diagnostic, EditError, Error, IoError, TeskPf
+
+__all__ = [
+    "Block", "Config", "Diagnostic", "EditError", "Editor", "Entry", "Error", "IoError", "List", "TeskPf",
+    "check", "edit", "load",
+]
+
+Key = Union[str, tuple]
+Value = Union["Block", "List", str]
+
+
+def _key_path(key: Key) -> str:
+    """A key path from ``'["a"][0]'``, ``("a", 0)`` or a top-level name ``"a"``."""
+    if isinstance(key, tuple):
+        return "".join(f"[{part}]" if isinstance(part, int) else f'["{part}"]' for part in key)
+    if key.startswith("["):
+        return key
+    return f'["{key}"]'
+
+
+def _wrap(node: Any) -> Value:
+    if node.is_block():
+        return Block(node)
+    if node.is_list():
+        return List(node)
+    return node.text()
+
+
+def _typed(node: Any) -> Any:
+    """A value converted by the annotation in effect; str when it fails it."""
+    verdict = node.check()
+    if not verdict.ok or not verdict.types:
+        return node.text()
+    fields = node.fields()
+    converted = []
+    for kind, field in zip(verdict.types, fields):
+        number = {"int": _teskpf.to_integer, "float": _teskpf.to_float}.get(kind)
+        converted.append(number(field) if number else field)
+    return converted[0] if len(converted) == 1 else tuple(converted)
+
+
+def _plain(node: Any, typed: bool) -> Any:
+    if node.is_block():
+        return {name: _plain(node.member(name), typed) for name in node.names()}
+    if node.is_list():
+        return [_plain(node.item(i), typed) for i in range(node.size())]
+    return _typed(node) if typed else node.text()
+
+
+class Block(Mapping):
+    """A read-only mapping of a block's members: nested Block, List or str."""
+
+    def __init__(self, node: Any) -> None:
+        self._node = node
+
+    def __getitem__(self, name: str) -> Value:
+        member = self._node.member(name) if isinstance(name, str) else None
+        if not member:
+            raise KeyError(name)
+        return _wrap(member)
+
+    def __iter__(self) -> Iterator[str]:
+        return iter(self._node.names())
+
+    def __len__(self) -> int:
+        return self._node.size()
+
+    def __contains__(self, name: object) -> bool:
+        return isinstance(name, str) and bool(self._node.member(name))
+
+    def __repr__(self) -> str:
+        return f"{type(self).__name__}({self.key_path or 'document'})"
+
+    @property
+    def key_path(self) -> str:
+        """The block's key path, e.g. ``["digitizer"]``; "" for the document."""
+        return self._node.key_path()
+
+    def to_dict(self, typed: bool = False) -> dict:
+        """Nested dict/list/str; with ``typed`` values converted by their annotation."""
+        return _plain(self._node, typed)
+
+
+class List(Sequence):
+    """A read-only sequence of a list block's items: Block, List or str."""
+
+    def __init__(self, node: Any) -> None:
+        self._node = node
+
+    def __getitem__(self, index):  # type: ignore[override]
+        if isinstance(index, slice):
+            return [self[i] for i in range(*index.indices(len(self)))]
+        if index < 0:
+            index += len(self)
+        if not 0 <= index < len(self):
+            raise IndexError(index)
+        return _wrap(self._node.item(index))
+
+    def __len__(self) -> int:
+        return self._node.size()
+
+    def __repr__(self) -> str:
+        return f"List({self._node.key_path()})"
+
+    def to_list(self, typed: bool = False) -> list:
+        """Nested list/dict/str; with ``typed`` values converted by their annotation."""
+        return _plain(self._node, typed)
+
+
+@dataclass(frozen=True)
+class Entry:
+    """One entry: where it was read and what it holds."""
+
+    file: str
+    line: int  # 1-based
+    level: int
+    key: str
+    value: str  # "&Arr"/"&Tbl" for a block
+    comment: str
+    annotation: str  # the entry's own annotation text
+    ok: bool  # whether the value satisfies the annotation in effect
+
+
+class Config(Block):
+    """The parameter files of one name (or one file), merged; a Block of top-level keys."""
+
+    def __init__(self, document: Any, target: str, is_file: bool) -> None:
+        super().__init__(document.root())
+        self._document = document
+        self._target = target
+        self._is_file = is_file
+
+    @property
+    def files(self) -> list[str]:
+        """The files read, lowest precedence first."""
+        return list(self._document.files)
+
+    def entry(self, key: Key) -> Entry:
+        """The entry at a key path (``'["net"]["port"]'`` or ``("net", "port")``); KeyError if none."""
+        node = self._document.find(_key_path(key))
+        if not node:
+            raise KeyError(key)
+        file, line = node.source()
+        return Entry(file, line, node.level(), node.key_path(), node.text(), node.comment(), node.annotation(),
+                     node.check().ok)
+
+    def check(self) -> list[Diagnostic]:
+        """The diagnostics of the files read, as ``teskpf check`` reports them."""
+        return _teskpf.check_file(self._target) if self._is_file else _teskpf.check_name(self._target)
+
+
+def _is_file(name_or_path: str | os.PathLike) -> bool:
+    return os.path.isfile(name_or_path)
+
+
+def load(name_or_path: str | os.PathLike) -> Config:
+    """An existing file alone, else every file of that name along PFPATH.
+
+    Raises IoError when nothing can be read, Error for text that does not parse.
+    """
+    target = os.fspath(name_or_path)
+    if _is_file(target):
+        return Config(_teskpf.Document.load_file(target), target, True)
+    return Config(_teskpf.Document.load(target), target, False)
+
+
+def check(path_or_name: str | os.PathLike) -> list[Diagnostic]:
+    """The diagnostics of a file, or of a name's layers along PFPATH (as ``teskpf check``)."""
+    target = os.fspath(path_or_name)
+    return _teskpf.check_file(target) if _is_file(target) else _teskpf.check_name(target)
+
+
+class Editor:
+    """Edits of one file, each changing only the bytes concerned. Keys as for Config.entry."""
+
+    def __init__(self, editor: Any) -> None:
+        self._editor = editor
+
+    def set(self, key: Key, value: str) -> None:
+        """Replaces a value; EditError when missing, a block, or it would not read back."""
+        self._editor.set_value(_key_path(key), value)
+
+    def unset(self, key: Key) -> None:
+        """Removes an entry (a block with its members); EditError when missing."""
+        self._editor.remove(_key_path(key))
+
+    def add(self, key: Key, value: str, comment: str = "") -> None:
+        """Adds an entry as the last member of its block; EditError when it exists."""
+        self._editor.add(_key_path(key), value, comment)
+
+    def set_comment(self, key: Key, comment: str) -> None:
+        """Replaces an entry's comment (its annotation kept); EditError when missing."""
+        self._editor.set_comment(_key_path(key), comment)
+
+    @property
+    def text(self) -> str:
+        """The file's text with the edits so far."""
+        return self._editor.text
+
+
+@contextlib.contextmanager
+def edit(path: str | os.PathLike) -> Iterator[Editor]:
+    """Locks the file, yields an Editor and saves on a clean exit.
+
+    On an exception nothing is written. The lock is released on leaving.
+    """
+    editor = Editor(_teskpf.Editor.open_locked(os.fspath(path)))
+    try:
+        yield editor
+        if editor._editor.changed:
+            editor._editor.save()
+    finally:
+        editor._editor = None  # releases the lock

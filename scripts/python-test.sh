@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Builds and installs the Python package with pip into a throw-away venv,
+# then runs its tests and the Python example. Only system packages are used
+# (pybind11, pytest, setuptools, wheel from the distribution); nothing is
+# downloaded.  TESKPF_PYTHON names the interpreter (default /usr/bin/python3,
+# the one that sees the distribution's packages).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+python=${TESKPF_PYTHON:-/usr/bin/python3}
+if ! "$python" -c 'import pybind11, pytest, setuptools, wheel' 2>/dev/null; then
+  echo "python-test: $python lacks pybind11, pytest, setuptools or wheel;" \
+       "install python3-pybind11 python3-pytest python3-setuptools python3-wheel python3-venv" >&2
+  exit 1
+fi
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+"$python" -m venv --system-site-packages "$scratch/venv"
+"$scratch/venv/bin/python" -m pip install --quiet --no-build-isolation --no-index .
+
+# Run from elsewhere so that the installed package is what gets imported.
+root=$PWD
+(cd "$scratch" && "$scratch/venv/bin/python" -m pytest -q -p no:cacheprovider "$root/python/tests")
+
+cp -r examples "$scratch/examples"
+(cd "$scratch/examples" && PFPATH="$scratch/examples:$scratch/examples/site-override" \
+  "$scratch/venv/bin/python" "$root/examples/python_example.py")
