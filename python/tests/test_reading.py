@@ -1,0 +1,81 @@
+"""Loading, navigation and entries."""
+
+from collections.abc import Mapping, Sequence
+
+import pytest
+import teskpf
+
+
+def test_layers_files_with_the_last_winning(station):
+    cfg = teskpf.load("station")
+    assert cfg.files == [str(station / "station.pf"), str(station / "site-override" / "station.pf")]
+    assert cfg["status"] == "maintenance"
+    assert cfg["telemetry"]["port"] == "18001"
+    assert "stream_pattern" not in cfg["telemetry"]  # replaced as a whole
+    assert cfg["latitude"] == "61.2231"
+
+
+def test_blocks_are_mappings_and_lists_sequences(station):
+    cfg = teskpf.load(station / "station.pf")
+    assert isinstance(cfg, Mapping)
+    digitizer = cfg["digitizer"]
+    assert isinstance(digitizer, Mapping)
+    assert isinstance(digitizer["channels"], Sequence)
+    assert list(digitizer["channels"]) == ["HHZ", "HHN", "HHE", "LHZ"]
+    assert digitizer["channels"][-1] == "LHZ"
+    assert digitizer["filters"][1]["name"] == "highpass"
+    assert list(cfg["telemetry"]) == ["host", "port", "retry_seconds", "stream_pattern"]
+    assert len(cfg["sensor"]) == 4
+    assert cfg["site_note"] == "vault B#2, north wall"
+
+
+def test_missing_members_raise_key_and_index_errors(station):
+    cfg = teskpf.load(station / "station.pf")
+    with pytest.raises(KeyError):
+        cfg["nope"]
+    with pytest.raises(IndexError):
+        cfg["digitizer"]["channels"][4]
+    assert cfg.get("nope", "dflt") == "dflt"
+
+
+def test_nodes_outlive_the_config_object(station):
+    port = teskpf.load(station / "station.pf")["telemetry"]
+    assert port["port"] == "18000"
+
+
+def test_entry_reports_source_and_verdict(station):
+    cfg = teskpf.load("station")
+    for key in ('["telemetry"]["port"]', ("telemetry", "port")):
+        entry = cfg.entry(key)
+        assert entry.file == str(station / "site-override" / "station.pf")
+        assert entry.line == 9
+        assert (entry.level, entry.value, entry.annotation, entry.ok) == (1, "18001", "<int>", True)
+    assert cfg.entry(("digitizer", "channels", 0)).value == "HHZ"
+    with pytest.raises(KeyError):
+        cfg.entry(("telemetry", "nope"))
+
+
+def test_typed_dict_converts_by_annotation(station):
+    data = teskpf.load(station / "station.pf").to_dict(typed=True)
+    assert data["sensor"]["serial"] == 0x1F3A
+    assert data["sensor"]["orientation"] == (0, 90.0)
+    assert data["telemetry"]["retry_seconds"] == (30, 600)
+    assert data["digitizer"]["sample_rate"] == 100.0
+    assert data["installed"] == "2021-06-14"  # no annotation
+    assert data["digitizer"]["filters"][0]["corners"] == 8
+    plain = teskpf.load(station / "station.pf").to_dict()
+    assert plain["sensor"]["serial"] == "0x1F3A"
+
+
+def test_typed_value_failing_its_annotation_stays_text(write):
+    cfg = teskpf.load(write("t.pf", "n\tabc\t#<int>\nm\t12abc\t#<int>\n"))
+    assert cfg.to_dict(typed=True) == {"n": "abc", "m": 12}
+
+
+def test_unreadable_input_raises_teskpf_errors(tmp_path, monkeypatch):
+    monkeypatch.setenv("PFPATH", str(tmp_path))
+    with pytest.raises(teskpf.IoError):
+        teskpf.load("absent")
+    assert issubclass(teskpf.IoError, teskpf.Error)
+    assert issubclass(teskpf.EditError, teskpf.Error)
+    assert issubclass(teskpf.Error, Exception)
