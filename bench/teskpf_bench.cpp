@@ -12,6 +12,10 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
+#include <teskpf/diagnostics.h>
+
 #include "TeskPf.h"
 #include "generate_pf.h"
 
@@ -163,6 +167,28 @@ void measureOutput(benchmark::State &state, Output output) {
     state.SetComplexityN(static_cast<int64_t>(lines));
 }
 
+void BM_GetList(benchmark::State &state) {
+    measureOutput(state, [](const TeskPf &pf) {
+        Table<Table<std::string>> list = pf.getList();
+        benchmark::DoNotOptimize(list.data());
+        return size_t{0};
+    });
+}
+
+// getEntry by key: the lookup plus the whole record.
+void BM_GetEntryByKey(benchmark::State &state) {
+    const TeskPf &pf = corpus->handle(linesOf(state));
+    const std::vector<std::string> keys =
+        keysOf(pf, sampleIndices(pf, [&](int index) { return !pf.getKey(index).empty(); }));
+    size_t next = 0;
+    for (auto _ : state) {
+        Table<std::string> entry = pf.getEntry(keys[next]);
+        benchmark::DoNotOptimize(entry.data());
+        next = (next + 1) % keys.size();
+    }
+    finishLookups(state);
+}
+
 void BM_GetPfString(benchmark::State &state) {
     measureOutput(state, [](const TeskPf &pf) {
         std::string text = pf.getPfString();
@@ -209,9 +235,35 @@ BENCHMARK(BM_Load)->Apply(linear);
 BENCHMARK(BM_LookupKey)->Apply(constant);
 BENCHMARK(BM_LookupIndex)->Apply(constant);
 BENCHMARK(BM_GetValue)->Apply(constant);
+BENCHMARK(BM_GetEntryByKey)->Apply(constant);
+BENCHMARK(BM_GetList)->Apply(linear);
 BENCHMARK(BM_GetPfString)->Apply(linear);
 BENCHMARK(BM_Write)->Apply(linear);
 BENCHMARK(BM_GetPf)->Apply(linear);
+
+// teskpf::checkFile on a list of N members under a <str>(...) annotation of
+// N words: linear, since each annotation's words are hashed once.
+void BM_CheckWordList(benchmark::State &state) {
+    const size_t words = static_cast<size_t>(state.range(0));
+    std::string text = "list &Tbl{ #<str>(";
+    for (size_t i = 0; i < words; ++i) text += (i ? " w" : "w") + std::to_string(i);
+    text += ")\n";
+    for (size_t i = words; i-- > 0;) text += "  w" + std::to_string(i) + "\n";
+    text += "}\n";
+    const std::string file =
+        (fs::temp_directory_path() / ("teskpf-bench-words-" + std::to_string(getpid()) + ".pf")).string();
+    teskpf_bench::writeTextFile(file, text);
+    for (auto _ : state) benchmark::DoNotOptimize(teskpf::checkFile(file));
+    fs::remove(file);
+    state.SetComplexityN(static_cast<int64_t>(words));
+}
+
+BENCHMARK(BM_CheckWordList)
+    ->Arg(10000)
+    ->Arg(20000)
+    ->MinTime(kMinSeconds)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oN);
 
 }  // namespace
 

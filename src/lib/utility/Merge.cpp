@@ -5,42 +5,11 @@
 #include "KeyIndex.h"
 #include "LevelText.h"
 #include "TeskPf.h"
+#include "detail/AliveEntries.h"
 
 namespace teskpf {
 
 namespace {
-
-// The entries of a list that are still there, in order, with removals in
-// near-constant time: `next` points past removed runs (union-find with path
-// halving), so walking over what is left never re-walks what was removed.
-class AliveEntries {
-public:
-    explicit AliveEntries(size_t count) : next(count + 1) {
-        for (size_t i = 0; i <= count; ++i) next[i] = static_cast<int>(i);
-        removed.assign(count, false);
-    }
-
-    // The first entry at or after `index` that is still there (count when none).
-    int from(int index) {
-        while (next[static_cast<size_t>(index)] != index) {
-            int &link = next[static_cast<size_t>(index)];
-            link = next[static_cast<size_t>(link)];
-            index = link;
-        }
-        return index;
-    }
-
-    void remove(int index) {
-        removed[static_cast<size_t>(index)] = true;
-        next[static_cast<size_t>(index)] = index + 1;
-    }
-
-    bool isRemoved(int index) const { return removed[static_cast<size_t>(index)]; }
-
-private:
-    std::vector<int> next;
-    std::vector<bool> removed;
-};
 
 bool startsWith(const std::string &text, const std::string &prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
@@ -55,7 +24,7 @@ EntryList mergeEntryLists(const EntryList &winner, EntryList &loser) {
     KeyIndex index;
     std::vector<int> previous_same_key;
     index.build(loser, &previous_same_key);
-    AliveEntries alive(loser.size());
+    detail::AliveEntries alive(loser.size());
     const int loser_count = static_cast<int>(loser.size());
 
     EntryList result;

@@ -5,93 +5,95 @@
 #include <cstring>
 #include <memory>
 
-#include "AtomicFile.h"
-#include "BlockParser.h"
-#include "ConstraintParser.h"
 #include "FileSearch.h"
 #include "HomeDirectory.h"
 #include "KeyPath.h"
-#include "LevelText.h"
 #include "LineLexer.h"
-#include "Merge.h"
 #include "TextGenerator.h"
 #include "ValueCheck.h"
+#include "detail/EntryStore.h"
+#include "teskpf/error.h"
+#include "teskpf/save.h"
 
 using std::string;
 
-// ---- Construction, loading and merging -------------------------------------
+// ---- Construction and loading -----------------------------------------------
 
 TeskPf::TeskPf(string string, int type) {
     if (type != 0) throw std::string("Unknown type");
-    pflist = readPf(string);
-    pffile = string;
-    key_index.build(pflist);
-}
-
-Table<Table<string>> TeskPf::readPf(string &string) {
     teskpf::expandHome(string);
-    std::vector<std::string> files = teskpf::findParameterFiles(string);
-
-    // The last file of the search list comes first and wins; only its blank
-    // and comment lines are kept.
-    int process_nokeys = 1;
-    Table<Table<std::string>> merged;
-    for (auto fname = files.rbegin(); fname != files.rend(); ++fname) {
-        // A file that cannot be read contributes nothing.
-        std::string text;
-        int error = 0;
-        teskpf::readFileText(*fname, text, error);
-        teskpf::ParsedFile file(*fname, std::move(text));
-        Table<Table<std::string>> entries = teskpf::entryRecords(file, process_nokeys != 0, constraints_array);
-        if (merged.empty())
-            merged = std::move(entries);
-        else if (!entries.empty())
-            merged = mergePf(merged, entries);
-        process_nokeys = 0;
-    }
-    return merged;
-}
-
-Table<Table<string>> TeskPf::mergePf(Table<Table<string>> &pflistin, Table<Table<string>> &pfl) {
-    return teskpf::mergeEntryLists(pflistin, pfl);
-}
-
-int TeskPf::parseConstraints(string constraints) {
-    return teskpf::registerConstraints(constraints_array, constraints);
+    store = std::make_shared<const teskpf::detail::Store>(teskpf::findParameterFiles(string));
+    pffile = string;
 }
 
 // ---- Queries ----------------------------------------------------------------
 
 bool TeskPf::validIndex(int index) const { return index >= 0 && index < size(); }
 
-int TeskPf::size() const { return static_cast<int>(pflist.size()); }
+int TeskPf::size() const { return store ? static_cast<int>(store->size()) : 0; }
 
-Table<Table<string>> TeskPf::getList() const { return pflist; }
+std::string_view TeskPf::storedValue(int index, string &buffer) const {
+    auto edited = edited_values.find(index);
+    if (edited != edited_values.end()) return edited->second;
+    return store->value(static_cast<size_t>(index), buffer);
+}
 
-int TeskPf::getEntryIndex(string key) const { return key_index.find(pflist, key); }
+std::string_view TeskPf::storedComment(int index, string &buffer) const {
+    auto edited = edited_comments.find(index);
+    if (edited != edited_comments.end()) return edited->second;
+    return store->comment(static_cast<size_t>(index), buffer);
+}
+
+Table<Table<string>> TeskPf::getList() const {
+    Table<Table<string>> list;
+    if (!store) return list;
+    list.reserve(store->size());
+    store->forEachWithPath([&](size_t i, std::string_view path) { list.push_back(entryRecord(static_cast<int>(i), path)); });
+    return list;
+}
+
+int TeskPf::getEntryIndex(string key) const { return store ? store->find(key) : -1; }
 
 Table<string> TeskPf::getEntry(string key) const { return getEntry(getEntryIndex(key)); }
 
 Table<string> TeskPf::getEntry(int index) const {
     if (!validIndex(index)) return {};
-    return pflist[static_cast<size_t>(index)];
+    return entryRecord(index, store->keyPath(static_cast<size_t>(index)));
 }
 
-string TeskPf::getKey(int index) const { return validIndex(index) ? pflist[index][FIELD_KEY] : ""; }
+// The record of entry `index`, whose key path is `path`; each field is built
+// once at its size.
+Table<string> TeskPf::entryRecord(int index, std::string_view path) const {
+    const size_t at = static_cast<size_t>(index);
+    string buffer;
+    Table<string> entry;
+    entry.reserve(6);
+    entry.push_back(store->source(at));
+    entry.push_back(std::to_string(store->entryOf(at).level));
+    entry.push_back(string(path));
+    entry.push_back(string(storedValue(index, buffer)));
+    entry.push_back(string(storedComment(index, buffer)));
+    entry.push_back(string(store->constraints(at)));
+    return entry;
+}
+
+string TeskPf::getKey(int index) const { return validIndex(index) ? store->keyPath(static_cast<size_t>(index)) : ""; }
 
 int TeskPf::getLevel(string key) const { return getLevel(getEntryIndex(key)); }
 
-int TeskPf::getLevel(int index) const {
-    return validIndex(index) ? teskpf::parseLevel(pflist[index][FIELD_LEVEL]) : -1;
-}
+int TeskPf::getLevel(int index) const { return validIndex(index) ? store->entryOf(static_cast<size_t>(index)).level : -1; }
 
 string TeskPf::getComment(string key) const { return getComment(getEntryIndex(key)); }
 
-string TeskPf::getComment(int index) const { return validIndex(index) ? pflist[index][FIELD_COMMENT] : ""; }
+string TeskPf::getComment(int index) const {
+    if (!validIndex(index)) return "";
+    string buffer;
+    return string(storedComment(index, buffer));
+}
 
 string TeskPf::getSource(string key) const { return getSource(getEntryIndex(key)); }
 
-string TeskPf::getSource(int index) const { return validIndex(index) ? pflist[index][FIELD_SOURCE] : ""; }
+string TeskPf::getSource(int index) const { return validIndex(index) ? store->source(static_cast<size_t>(index)) : ""; }
 
 void TeskPf::display() const {
     for (int i = 0; i < size(); ++i) display(i);
@@ -99,7 +101,7 @@ void TeskPf::display() const {
 
 void TeskPf::display(int index) const {
     if (!validIndex(index)) return;
-    const Table<string> &entry = pflist[index];
+    const Table<string> entry = getEntry(index);
     std::printf("%s", entry[0].c_str());
     for (size_t field = 1; field < entry.size(); ++field) std::printf("; %s", entry[field].c_str());
     std::printf("\n");
@@ -116,26 +118,24 @@ string TeskPf::getConstraints(string key, bool *checkOk) const { return getConst
 
 string TeskPf::getConstraints(int index, bool *checkOk) const {
     if (!validIndex(index)) return "";
-    const string &constraints = pflist[index][FIELD_CONSTRAINTS];
-    if (checkOk) *checkOk = constraints_array.contains(constraints);
-    return constraints;
+    std::string_view constraints = store->constraints(static_cast<size_t>(index));
+    if (checkOk) *checkOk = store->constraintTable(constraints) != nullptr;
+    return string(constraints);
 }
 
 const Table<TeskPf_Constraint> &TeskPf::getConstraintsTable(int index) const {
     static const Table<TeskPf_Constraint> none;
     if (!validIndex(index)) return none;
-    const string *constraints = &pflist[index][FIELD_CONSTRAINTS];
-    if (constraints->empty()) {
+    std::string_view constraints = store->constraints(static_cast<size_t>(index));
+    if (constraints.empty()) {
         // Fall back to the enclosing block's annotation, one level up. A
         // top-level entry has no enclosing block and falls back to nothing.
-        std::string_view parent_key = teskpf::enclosingKey(pflist[index][FIELD_KEY]);
-        if (parent_key.empty()) return none;
-        int parent = key_index.find(pflist, parent_key);
+        int parent = store->enclosingEntry(static_cast<size_t>(index));
         if (parent < 0) return none;
-        constraints = &pflist[parent][FIELD_CONSTRAINTS];
+        constraints = store->constraints(static_cast<size_t>(parent));
     }
-    auto found = constraints_array.find(*constraints);
-    return found == constraints_array.end() ? none : found->second;
+    const Table<TeskPf_Constraint> *table = store->constraintTable(constraints);
+    return table ? *table : none;
 }
 
 string TeskPf::getValue(string key, bool *checkOk, Table<int> *types) const {
@@ -146,7 +146,8 @@ string TeskPf::getValue(int index, bool *checkOk, Table<int> *types) const {
     if (!validIndex(index)) return "";
     bool ok = checkValue(index, nullptr, types);
     if (checkOk) *checkOk = ok;
-    return pflist[index][FIELD_VALUE];
+    string buffer;
+    return string(storedValue(index, buffer));
 }
 
 bool TeskPf::checkValue(string key, string *invalue, Table<int> *types) const {
@@ -155,26 +156,21 @@ bool TeskPf::checkValue(string key, string *invalue, Table<int> *types) const {
 
 bool TeskPf::checkValue(int index, string *invalue, Table<int> *types) const {
     if (!validIndex(index)) return false;
-    const string &value = invalue ? *invalue : pflist[index][FIELD_VALUE];
     const Table<TeskPf_Constraint> &constraints = getConstraintsTable(index);
     if (types) {
         types->clear();
         for (const TeskPf_Constraint &constraint : constraints) types->set(-1, constraint.type);
     }
     if (constraints.empty()) return true;
-    Table<string> values = fields(value);
+    string buffer;
+    std::string_view value = invalue ? std::string_view(*invalue) : storedValue(index, buffer);
+    Table<string> values = teskpf::splitFields(value);
     if (values.size() != constraints.size()) return false;
     for (size_t i = 0; i < values.size(); ++i) {
-        if (!checkField(values[i], constraints[i])) return false;
+        if (!teskpf::fieldSatisfies(values[i], constraints[i])) return false;
     }
     return true;
 }
-
-bool TeskPf::checkField(string field, TeskPf_Constraint constraint) {
-    return teskpf::fieldSatisfies(field, constraint);
-}
-
-Table<string> TeskPf::fields(string string) { return teskpf::splitFields(string); }
 
 // ---- Editing ----------------------------------------------------------------
 
@@ -184,31 +180,56 @@ void TeskPf::setValue(string key, string value, int callback_flag) {
 
 void TeskPf::setValue(int index, string value, int callback_flag) {
     if (!validIndex(index)) return;
-    Table<string> &entry = pflist[index];
-    string old_value = entry[FIELD_VALUE];
-    if (callback_flag) valueChangedCallback(entry[FIELD_KEY], index, old_value, value);
+    string buffer;
+    string old_value(storedValue(index, buffer));
+    if (callback_flag) valueChangedCallback(getKey(index), index, old_value, value);
     if (old_value == value) return;
-    pflist[index][FIELD_VALUE] = std::move(value);
+    edited_values[index] = std::move(value);
 }
 
 void TeskPf::setComment(string key, string comment) { setComment(getEntryIndex(key), std::move(comment)); }
 
 void TeskPf::setComment(int index, string comment) {
     if (!validIndex(index)) return;
-    string &stored = pflist[index][FIELD_COMMENT];
-    if (stored != comment) stored = std::move(comment);
+    string buffer;
+    if (storedComment(index, buffer) != comment) edited_comments[index] = std::move(comment);
 }
 
 // ---- Output -----------------------------------------------------------------
 
-string TeskPf::getPfString() const { return teskpf::generateText(pflist); }
+string TeskPf::getPfString() const {
+    teskpf::TextWriter writer;
+    string key_buffer;
+    string value_buffer;
+    string comment_buffer;
+    for (int i = 0; i < size(); ++i) {
+        const size_t at = static_cast<size_t>(i);
+        teskpf::TextLine line;
+        line.level = store->entryOf(at).level;
+        line.revision = store->isRevisionEntry(at);
+        if (line.revision) {
+            writer.add(line);
+            continue;
+        }
+        line.key = store->writtenKey(at, key_buffer);
+        line.value = storedValue(i, value_buffer);
+        line.comment = storedComment(i, comment_buffer);
+        line.constraints = store->constraints(at);
+        writer.add(line);
+    }
+    return writer.finish();
+}
 
 void TeskPf::write(string &pffile) const {
-    if (pflist.empty()) return;
+    if (size() == 0) return;
     string name = pffile;
     teskpf::expandHome(name);
     if (name.size() > 3 && name.compare(name.size() - 3, 3, ".pf") != 0) name += ".pf";
-    teskpf::replaceFileContent(name, getPfString());
+    try {
+        teskpf::saveFile(name, getPfString());
+    } catch (const teskpf::IoError &error) {
+        throw "TeskPf::write: " + string(error.what());  // "cannot write 'NAME': REASON"
+    }
     pffile = name;
 }
 
@@ -219,19 +240,6 @@ void TeskPf::getPf(Pf **pf) const {
 }
 
 // ---- Text operations --------------------------------------------------------
-
-Table<string> TeskPf::processLine(string line, int tbl) {
-    teskpf::LineFields fields;
-    teskpf::lexLine(line, tbl != 0, fields);
-    Table<string> out;
-    out.set(-1, string(fields.key));
-    out.set(-1, string(fields.value));
-    out.set(-1, string(fields.comment));
-    out.set(-1, string(fields.constraints));
-    return out;
-}
-
-void TeskPf::trim(string &string) { teskpf::trimInPlace(string); }
 
 void TeskPf::replace(std::string &string, std::string from, std::string to) { string = teskpf::replaceAll(string, from, to); }
 

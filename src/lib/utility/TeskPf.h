@@ -12,12 +12,18 @@
 // when the key or index is missing.
 #pragma once
 
+#include <memory>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 #include "Array.h"
-#include "KeyIndex.h"
 #include "Table.h"
 #include "pf_compile.h"
+
+namespace teskpf::detail {
+class Store;
+}
 
 // Positions of the six fields of an entry record.
 enum {
@@ -141,24 +147,20 @@ protected:
     }
 
 private:
-    Table<Table<std::string>> readPf(std::string &string);
-    // Merges `pfl` into `pflistin`, whose top-level keys win; removes the
-    // losing entries from `pfl`.
-    Table<Table<std::string>> mergePf(Table<Table<std::string>> &pflistin, Table<Table<std::string>> &pfl);
-    int parseConstraints(std::string constraints);
     const Table<TeskPf_Constraint> &getConstraintsTable(int index) const;
-
-    static Table<std::string> processLine(std::string line, int tbl);
-    static bool checkField(std::string field, TeskPf_Constraint constraint);
-    static void trim(std::string &string);
-    static void replace(std::string &string, std::string from, std::string to);
-    static Table<std::string> fields(std::string string);
-
+    // The value and comment as they stand, edits included; `buffer` holds
+    // texts that are not stored as they are.
+    std::string_view storedValue(int index, std::string &buffer) const;
+    std::string_view storedComment(int index, std::string &buffer) const;
+    Table<std::string> entryRecord(int index, std::string_view key_path) const;
     bool validIndex(int index) const;
+    static void replace(std::string &string, std::string from, std::string to);
 
     std::string pffile;
     std::string pfstring;
-    Table<Table<std::string>> pflist;
-    Array<std::string, Table<TeskPf_Constraint>> constraints_array;
-    KeyIndex key_index;  // key path -> index of its last entry in pflist
+    // The files read and the merged entry list, shared by copies of the handle.
+    std::shared_ptr<const teskpf::detail::Store> store;
+    // Values and comments changed by setValue and setComment, by entry index.
+    std::unordered_map<int, std::string> edited_values;
+    std::unordered_map<int, std::string> edited_comments;
 };

@@ -1,5 +1,6 @@
 #include "TextGenerator.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 
@@ -7,6 +8,7 @@
 #include "LevelText.h"
 #include "LineLexer.h"
 #include "TeskPf.h"
+#include "detail/BlockSyntax.h"
 #include "pf_clock.h"
 
 namespace teskpf {
@@ -25,14 +27,16 @@ std::string revisionLine() {
 // The comment as written: an annotation goes back in front of the comment
 // words. An empty comment field is treated like "#" (the lexer leaves "#"
 // when nothing follows the annotation).
-std::string writtenComment(const std::string &comment, const std::string &constraints) {
+std::string_view writtenComment(std::string_view comment, std::string_view constraints, std::string &buffer) {
     if (constraints.empty()) return comment;
-    std::string rest = comment.empty() ? std::string() : comment.substr(1);
-    trimInPlace(rest);
-    return "#" + constraints + " " + rest;
+    std::string_view rest = comment.empty() ? std::string_view() : trimmed(comment.substr(1));
+    buffer.assign("#").append(constraints).append(" ").append(rest);
+    return buffer;
 }
 
-void closeBlocks(std::string &out, int &depth, int level) {
+}  // namespace
+
+void TextWriter::closeBlocks(int level) {
     while (depth > level) {
         --depth;
         out.append(static_cast<size_t>(depth), '\t');
@@ -40,48 +44,56 @@ void closeBlocks(std::string &out, int &depth, int level) {
     }
 }
 
-}  // namespace
+void TextWriter::add(const TextLine &line) {
+    // A level that is not a non-negative number is written at the top level.
+    const int level = std::max(line.level, 0);
+    if (line.revision) {
+        revision = revisionLine();
+        return;
+    }
+    // Escaping only adds backslashes, so the tests below read the stored value.
+    std::string_view comment = writtenComment(line.comment, line.constraints, comment_buffer);
+    closeBlocks(level);
+    depth = level;
+
+    if (line.key.empty() && line.value.empty()) {
+        out.append(comment).append("\n");
+        return;
+    }
+    out.append(static_cast<size_t>(level), '\t');
+    out.append(line.key);
+    if (line.value == kArrMarker || line.value == kTblMarker) {
+        if (!line.key.empty()) out.append(" ");
+        out.append(line.value).append("{");
+        ++depth;
+    } else {
+        if (!line.key.empty()) out.append("\t");
+        appendEscaped(out, line.value);
+    }
+    if (!comment.empty()) out.append("\t").append(comment);
+    out.append("\n");
+}
+
+std::string TextWriter::finish() {
+    closeBlocks(0);
+    out.append(revision);
+    revision.clear();
+    return std::move(out);
+}
 
 std::string generateText(const EntryList &list) {
-    std::string out;
-    std::string revision;
-    int depth = 0;
-
+    TextWriter writer;
     for (const Entry &entry : list) {
-        // A level that is not a non-negative number is written at the top level.
-        int level = std::max(parseLevel(entry[FIELD_LEVEL]), 0);
-        if (entry[FIELD_KEY] == revision_key) {
-            revision = revisionLine();
-            continue;
-        }
-        // Escaping only adds backslashes, so the tests below read the stored value.
-        std::string_view key = writtenKey(entry[FIELD_KEY]);
-        const std::string &value = entry[FIELD_VALUE];
-        std::string comment = writtenComment(entry[FIELD_COMMENT], entry[FIELD_CONSTRAINTS]);
-
-        closeBlocks(out, depth, level);
-        depth = level;
-
-        if (key.empty() && value.empty()) {
-            out.append(comment).append("\n");
-            continue;
-        }
-        out.append(static_cast<size_t>(level), '\t');
-        out.append(key);
-        if (value == "&Arr" || value == "&Tbl") {
-            if (!key.empty()) out.append(" ");
-            out.append(value).append("{");
-            ++depth;
-        } else {
-            if (!key.empty()) out.append("\t");
-            appendEscaped(out, value);
-        }
-        if (!comment.empty()) out.append("\t").append(comment);
-        out.append("\n");
+        TextLine line;
+        line.level = parseLevel(entry[FIELD_LEVEL]);
+        line.revision = entry[FIELD_KEY] == revision_key;
+        line.key = writtenKey(entry[FIELD_KEY]);
+        line.value = entry[FIELD_VALUE];
+        line.comment = entry[FIELD_COMMENT];
+        line.constraints = entry[FIELD_CONSTRAINTS];
+        writer.add(line);
     }
-    closeBlocks(out, depth, 0);
-    out.append(revision);
-    return out;
+    return writer.finish();
 }
 
 }  // namespace teskpf

@@ -1,15 +1,42 @@
-// Turns an entry list back into parameter-file text.
+// Turns entries back into parameter-file text.
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "EntryList.h"
 
 namespace teskpf {
 
-// One line per entry, indented with one tab per level, the closing lines of
-// blocks derived from the level fields, and, when the list holds a top-level
-// "pf_revision_time" entry, a fresh "pf_revision_time<TAB><now>" line last.
+// One entry as the generator sees it.
+struct TextLine {
+    int level = 0;          // nesting depth; below 0 is written at the top level
+    bool revision = false;  // the top-level "pf_revision_time" entry
+    std::string_view key;   // the key as written on its line (see writtenKey)
+    std::string_view value;
+    std::string_view comment;
+    std::string_view constraints;
+};
+
+// Builds the text line by line: one line per entry, indented with one tab per
+// level, the closing lines of blocks derived from the levels, and, when a
+// revision entry was added, a fresh "pf_revision_time<TAB><now>" line last.
+class TextWriter {
+public:
+    void add(const TextLine &line);
+    // The text; the writer is empty afterwards.
+    std::string finish();
+
+private:
+    void closeBlocks(int level);
+
+    std::string out;
+    std::string revision;
+    std::string comment_buffer;
+    int depth = 0;
+};
+
+// The text of an entry list, written with TextWriter.
 std::string generateText(const EntryList &list);
 
 }  // namespace teskpf

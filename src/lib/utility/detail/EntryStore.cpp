@@ -1,0 +1,343 @@
+#include "detail/EntryStore.h"
+
+#include <charconv>
+
+#include "BlockParser.h"
+#include "ConstraintParser.h"
+#include "KeyPath.h"
+#include "detail/AliveEntries.h"
+
+namespace teskpf::detail {
+
+namespace {
+
+// Whether a name may make a key path text read differently from its
+// structure: one holding "[", "]" or '"' can alias other paths.
+bool plainName(std::string_view name) { return name.find_first_of("[]\"") == std::string_view::npos; }
+
+// Removes `part` from the end of `rest` when `rest` ends with it.
+bool cutSuffix(std::string_view &rest, std::string_view part) {
+    if (rest.size() < part.size() || rest.substr(rest.size() - part.size()) != part) return false;
+    rest.remove_suffix(part.size());
+    return true;
+}
+
+// The digits of a list position.
+std::string_view positionDigits(int32_t position, char (&digits)[16]) {
+    char *end = std::to_chars(digits, digits + sizeof digits, position).ptr;
+    return std::string_view(digits, static_cast<size_t>(end - digits));
+}
+
+// Feeds entry `at`'s component into `hash` and returns the component's length.
+size_t feedComponent(PathHash &hash, const ParsedFile &file, const FileEntry &entry) {
+    if (entry.position >= 0) {
+        char digits[16];
+        std::string_view text = positionDigits(entry.position, digits);
+        hash.feed("[");
+        hash.feed(text);
+        hash.feed("]");
+        return text.size() + 2;
+    }
+    std::string_view name = file.key(entry);
+    hash.feedNamed(name);
+    return name.size() + 4;
+}
+
+}  // namespace
+
+// ---- Loading ------------------------------------------------------------------
+
+Store::Store(const std::vector<std::string> &search_list) {
+    size_t key_bytes = 0;
+    size_t file_bytes = 0;
+    bool first = true;
+    // The last file of the search list comes first and wins; only its blank and
+    // comment lines are kept.
+    for (auto name = search_list.rbegin(); name != search_list.rend(); ++name) {
+        // A file that cannot be read contributes nothing.
+        std::string text;
+        int error = 0;
+        readFileText(*name, text, error);
+        file_bytes += text.size();
+        addFile(ParsedFile(*name, std::move(text)), first, key_bytes, file_bytes);
+        first = false;
+    }
+    entries.shrink_to_fit();
+}
+
+void Store::addFile(ParsedFile file, bool keep_notes, size_t &key_bytes, size_t &file_bytes) {
+    const std::vector<uint64_t> hashes = pathHashes(file, key_bytes, keyPathBudget(file_bytes));
+    const uint32_t id = static_cast<uint32_t>(files.size());
+    files.push_back(std::move(file));
+    registerConstraints(files.back());
+    if (!keep_notes) {
+        mergeFile(id, hashes);
+        return;
+    }
+    const std::vector<FileEntry> &file_entries = files.back().entries();
+    entries.reserve(file_entries.size());
+    index.reserve(file_entries.size());
+    for (size_t i = 0; i < file_entries.size(); ++i) {
+        if (i + 8 < hashes.size()) index.prefetch(hashes[i + 8]);
+        const StoredEntry at{id, static_cast<uint32_t>(i)};
+        if (file_entries[i].kind == EntryKind::Note) {
+            last_note = static_cast<int32_t>(entries.size());
+            entries.push_back(at);
+        } else {
+            append(at, hashes[i]);
+        }
+    }
+}
+
+// The hash of every member's key path (0 for notes), each from its block's,
+// while counting the bytes the paths would take as text.
+std::vector<uint64_t> Store::pathHashes(const ParsedFile &file, size_t &key_bytes, size_t budget) const {
+    struct Block {
+        PathHash hash;
+        size_t length;
+    };
+    const std::vector<FileEntry> &file_entries = file.entries();
+    std::vector<uint64_t> hashes(file_entries.size());
+    std::vector<Block> blocks;  // the open blocks, by level
+    for (size_t i = 0; i < file_entries.size(); ++i) {
+        const FileEntry &entry = file_entries[i];
+        if (entry.kind == EntryKind::Note) continue;
+        const size_t level = static_cast<size_t>(entry.level);
+        blocks.resize(level);
+        Block block = level == 0 ? Block{PathHash(), 0} : blocks.back();
+        block.length += feedComponent(block.hash, file, entry);
+        key_bytes += block.length;
+        if (key_bytes > budget)
+            throw file.name() + ":" + std::to_string(entry.line) + ": key paths exceed " + std::to_string(budget) +
+                " bytes; blocks are nested too deeply";
+        hashes[i] = block.hash.value();
+        if (entry.opensBlock()) blocks.push_back(block);
+    }
+    return hashes;
+}
+
+void Store::registerConstraints(const ParsedFile &file) {
+    // Neighbouring lines mostly carry the same annotation: look a text up once.
+    std::string_view last;
+    bool any = false;
+    for (const FileEntry &entry : file.entries()) {
+        if (entry.kind == EntryKind::Note) continue;
+        std::string_view text = file.constraints(entry);
+        if (any && text == last) continue;
+        last = text;
+        any = true;
+        if (constraint_tables.count(text) != 0) continue;
+        std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(text);
+        if (table) constraint_tables.emplace(text, std::move(*table));
+    }
+}
+
+void Store::append(StoredEntry at, uint64_t hash) {
+    const int32_t position = static_cast<int32_t>(entries.size());
+    entries.push_back(at);
+    const int32_t replaced =
+        index.insert(hash, position, [&](int32_t stored, int32_t) { return samePath(entries[static_cast<size_t>(stored)], at); });
+    const FileEntry &entry = fileEntry(at);
+    if (entry.parent < 0 && (replaced >= 0 || !plainName(files[at.file].key(entry)))) top_level_by_text = true;
+}
+
+// Merges the members of file `file_id` behind the entries there are: each
+// top-level entry there is removes the last run of the file that starts with
+// an entry of its key path and goes on while the paths start with it.
+void Store::mergeFile(uint32_t file_id, const std::vector<uint64_t> &hashes) {
+    const ParsedFile &file = files[file_id];
+    std::vector<uint32_t> members;
+    for (size_t i = 0; i < file.entries().size(); ++i)
+        if (file.entries()[i].kind != EntryKind::Note) members.push_back(static_cast<uint32_t>(i));
+    if (members.empty()) return;
+
+    // The file's own index: the last member of each path, and for each member
+    // the one before it with the same path.
+    KeyPathIndex file_index;
+    file_index.reserve(members.size());
+    std::vector<int32_t> previous(members.size());
+    bool by_text = top_level_by_text;
+    for (size_t k = 0; k < members.size(); ++k) {
+        const StoredEntry at{file_id, members[k]};
+        previous[k] = file_index.insert(hashes[members[k]], static_cast<int32_t>(k), [&](int32_t stored, int32_t) {
+            return samePath(StoredEntry{file_id, members[static_cast<size_t>(stored)]}, at);
+        });
+        if (file.entries()[members[k]].position < 0 && !plainName(file.key(file.entries()[members[k]]))) by_text = true;
+    }
+
+    std::vector<bool> removed(members.size(), false);
+    if (by_text) {
+        mergeByText(file_id, members, previous, file_index, removed);
+    } else {
+        // Plain names and no repeated top-level key: a path matches only the
+        // entry of the same structure, and a run is exactly one block. The
+        // file loses the block of the last definition of each key there is.
+        bool removing = false;
+        for (size_t k = 0; k < members.size(); ++k) {
+            const StoredEntry at{file_id, members[k]};
+            if (fileEntry(at).parent < 0) {
+                const uint64_t hash = hashes[at.entry];
+                removing = file_index.find(hash, [&](int32_t c) { return c == static_cast<int32_t>(k); }) >= 0 &&
+                           index.find(hash, [&](int32_t c) { return samePath(entries[static_cast<size_t>(c)], at); }) >= 0;
+            }
+            removed[k] = removing;
+        }
+    }
+
+    index.reserve(entries.size() + members.size());
+    entries.reserve(entries.size() + members.size());
+    for (size_t k = 0; k < members.size(); ++k) {
+        if (k + 8 < members.size()) index.prefetch(hashes[members[k + 8]]);
+        if (!removed[k]) append(StoredEntry{file_id, members[k]}, hashes[members[k]]);
+    }
+}
+
+// The merge by the key path texts, for names that can alias paths and for
+// repeated top-level keys: every top-level entry there is, in order, finds the
+// last member of the file with its key path that is still there and removes
+// the run from it on while the paths start with that key path.
+void Store::mergeByText(uint32_t file_id, const std::vector<uint32_t> &members, const std::vector<int32_t> &previous,
+                        const KeyPathIndex &file_index, std::vector<bool> &removed) {
+    std::vector<std::string> paths(members.size());
+    for (size_t k = 0; k < members.size(); ++k) appendPath(paths[k], StoredEntry{file_id, members[k]});
+    AliveEntries alive(members.size());
+    const int32_t count = static_cast<int32_t>(members.size());
+    for (size_t i = 0; i < entries.size(); ++i) {
+        const FileEntry &entry = entryOf(i);
+        if (entry.kind == EntryKind::Note || entry.level > 0) continue;
+        const std::string key = keyPath(i);
+        PathHash hash;
+        hash.feed(key);
+        int32_t found = file_index.find(hash.value(), [&](int32_t c) { return paths[static_cast<size_t>(c)] == key; });
+        while (found >= 0 && alive.isRemoved(found)) found = previous[static_cast<size_t>(found)];
+        for (int32_t at = found; at >= 0 && at < count && paths[static_cast<size_t>(at)].compare(0, key.size(), key) == 0;
+             at = alive.from(at))
+            alive.remove(at);
+    }
+    for (size_t k = 0; k < members.size(); ++k) removed[k] = alive.isRemoved(static_cast<int>(k));
+}
+
+// ---- Key paths ------------------------------------------------------------------
+
+uint64_t Store::hashOf(StoredEntry at) const {
+    const ParsedFile &file = files[at.file];
+    std::vector<int32_t> chain;
+    for (int32_t x = static_cast<int32_t>(at.entry); x >= 0; x = file.entries()[static_cast<size_t>(x)].parent)
+        chain.push_back(x);
+    PathHash hash;
+    for (size_t i = chain.size(); i-- > 0;) feedComponent(hash, file, file.entries()[static_cast<size_t>(chain[i])]);
+    return hash.value();
+}
+
+bool Store::pathEquals(StoredEntry at, std::string_view key) const {
+    const ParsedFile &file = files[at.file];
+    std::string_view rest = key;
+    for (int32_t x = static_cast<int32_t>(at.entry); x >= 0;) {
+        const FileEntry &entry = file.entries()[static_cast<size_t>(x)];
+        if (entry.position >= 0) {
+            char digits[16];
+            if (!cutSuffix(rest, "]") || !cutSuffix(rest, positionDigits(entry.position, digits)) || !cutSuffix(rest, "["))
+                return false;
+        } else if (!cutSuffix(rest, "\"]") || !cutSuffix(rest, file.key(entry)) || !cutSuffix(rest, "[\"")) {
+            return false;
+        }
+        x = entry.parent;
+    }
+    return rest.empty();
+}
+
+bool Store::samePath(StoredEntry a, StoredEntry b) const {
+    const ParsedFile &file_a = files[a.file];
+    const ParsedFile &file_b = files[b.file];
+    int32_t x = static_cast<int32_t>(a.entry);
+    int32_t y = static_cast<int32_t>(b.entry);
+    // From the last component on, plain components compare by structure; a
+    // name that may alias sends the comparison to the texts.
+    while (x >= 0 && y >= 0) {
+        const FileEntry &ea = file_a.entries()[static_cast<size_t>(x)];
+        const FileEntry &eb = file_b.entries()[static_cast<size_t>(y)];
+        const bool named_a = ea.position < 0;
+        const bool named_b = eb.position < 0;
+        if ((named_a && !plainName(file_a.key(ea))) || (named_b && !plainName(file_b.key(eb)))) {
+            std::string text;
+            appendPath(text, a);
+            return pathEquals(b, text);
+        }
+        if (named_a != named_b) return false;
+        if (named_a ? file_a.key(ea) != file_b.key(eb) : ea.position != eb.position) return false;
+        x = ea.parent;
+        y = eb.parent;
+    }
+    return x < 0 && y < 0;
+}
+
+void Store::appendPath(std::string &out, StoredEntry at) const { out += files[at.file].keyPath(at.entry); }
+
+bool Store::nameHasBracket(size_t index) const {
+    const FileEntry &entry = entryOf(index);
+    return entry.kind != EntryKind::Note && entry.position < 0 &&
+           fileOf(index).key(entry).find('[') != std::string_view::npos;
+}
+
+// ---- Queries ------------------------------------------------------------------
+
+std::string Store::source(size_t index) const {
+    return fileOf(index).name() + ":" + std::to_string(entryOf(index).line);
+}
+
+std::string Store::keyPath(size_t index) const { return fileOf(index).keyPath(entries[index].entry); }
+
+std::string_view Store::writtenKey(size_t index, std::string &buffer) const {
+    const FileEntry &entry = entryOf(index);
+    if (entry.kind == EntryKind::Note || entry.position >= 0) return {};
+    if (!nameHasBracket(index)) return fileOf(index).key(entry);
+    // The written key is read from the path text, whose last "[" may stand in the name.
+    buffer = keyPath(index);
+    return teskpf::writtenKey(buffer);
+}
+
+bool Store::isRevisionEntry(size_t index) const {
+    const FileEntry &entry = entryOf(index);
+    return entry.kind != EntryKind::Note && entry.parent < 0 && fileOf(index).key(entry) == "pf_revision_time";
+}
+
+std::string_view Store::value(size_t index, std::string &buffer) const {
+    const FileEntry &entry = entryOf(index);
+    if (entry.kind == EntryKind::Note) return {};
+    return fileOf(index).value(entry, buffer);
+}
+
+std::string_view Store::comment(size_t index, std::string &buffer) const {
+    return fileOf(index).comment(entryOf(index), buffer);
+}
+
+int Store::find(std::string_view key) const {
+    if (key.empty()) return last_note;
+    PathHash hash;
+    hash.feed(key);
+    return index.find(hash.value(), [&](int32_t c) { return pathEquals(entries[static_cast<size_t>(c)], key); });
+}
+
+int Store::enclosingEntry(size_t index) const {
+    const FileEntry &entry = entryOf(index);
+    if (entry.kind == EntryKind::Note) return -1;
+    if (nameHasBracket(index)) {
+        const std::string path = keyPath(index);
+        std::string_view enclosing = enclosingKey(path);
+        return enclosing.empty() ? -1 : find(enclosing);
+    }
+    // The text before the last "[" is the block's own path.
+    if (entry.parent < 0) return -1;
+    const StoredEntry block{entries[index].file, static_cast<uint32_t>(entry.parent)};
+    return this->index.find(hashOf(block), [&](int32_t c) {
+        const StoredEntry &candidate = entries[static_cast<size_t>(c)];
+        return (candidate.file == block.file && candidate.entry == block.entry) || samePath(candidate, block);
+    });
+}
+
+const Table<TeskPf_Constraint> *Store::constraintTable(std::string_view text) const {
+    auto found = constraint_tables.find(text);
+    return found == constraint_tables.end() ? nullptr : &found->second;
+}
+
+}  // namespace teskpf::detail

@@ -1,0 +1,103 @@
+// What a classic handle holds: the parsed files, shared and never changed,
+// and the merged entry list as small records pointing into them. Every text
+// field of an entry is derived from its file when asked; key paths are found
+// through a hash index that confirms candidates against the files' text.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "TeskPf.h"
+#include "detail/KeyPathIndex.h"
+#include "detail/ParsedFile.h"
+
+namespace teskpf::detail {
+
+// An entry of the merged list: the file it was read from and its place there.
+struct StoredEntry {
+    uint32_t file;
+    uint32_t entry;
+};
+
+class Store {
+public:
+    // Reads the files of a search list, the last winning each top-level key
+    // (see TeskPf's constructor). Throws a std::string for a key-less line and
+    // for key paths beyond keyPathBudget of the bytes read.
+    explicit Store(const std::vector<std::string> &search_list);
+
+    size_t size() const { return entries.size(); }
+
+    const ParsedFile &fileOf(size_t index) const { return files[entries[index].file]; }
+    const FileEntry &entryOf(size_t index) const { return fileEntry(entries[index]); }
+    bool isNote(size_t index) const { return entryOf(index).kind == EntryKind::Note; }
+
+    std::string source(size_t index) const;
+    std::string keyPath(size_t index) const;
+    // The key as written on the entry's line, as key2Pfkey gives it from the path.
+    std::string_view writtenKey(size_t index, std::string &buffer) const;
+    bool isRevisionEntry(size_t index) const;
+    std::string_view value(size_t index, std::string &buffer) const;
+    std::string_view comment(size_t index, std::string &buffer) const;
+    std::string_view constraints(size_t index) const { return fileOf(index).constraints(entryOf(index)); }
+
+    // Index of the last entry whose key path equals `key`; -1 when none.
+    int find(std::string_view key) const;
+    // The entry whose constraints apply when entry `index` has none of its
+    // own: the last entry holding the key path before its last "["; -1 when none.
+    int enclosingEntry(size_t index) const;
+    // The parsed table of an annotation text; null when the text was not
+    // registered (not read on any member line, or malformed).
+    const Table<TeskPf_Constraint> *constraintTable(std::string_view text) const;
+
+    // Calls visit(index, key_path) for every entry in order; the path is
+    // built in one growing string.
+    template <typename Visit>
+    void forEachWithPath(Visit visit) const;
+
+private:
+    const FileEntry &fileEntry(StoredEntry at) const { return files[at.file].entries()[at.entry]; }
+    void addFile(ParsedFile file, bool keep_notes, size_t &key_bytes, size_t &file_bytes);
+    void registerConstraints(const ParsedFile &file);
+    std::vector<uint64_t> pathHashes(const ParsedFile &file, size_t &key_bytes, size_t budget) const;
+    void append(StoredEntry at, uint64_t hash);
+    void mergeFile(uint32_t file_id, const std::vector<uint64_t> &hashes);
+    void mergeByText(uint32_t file_id, const std::vector<uint32_t> &members, const std::vector<int32_t> &previous,
+                     const KeyPathIndex &file_index, std::vector<bool> &removed);
+    uint64_t hashOf(StoredEntry at) const;
+    bool pathEquals(StoredEntry at, std::string_view key) const;
+    bool samePath(StoredEntry a, StoredEntry b) const;
+    void appendPath(std::string &out, StoredEntry at) const;
+    bool nameHasBracket(size_t index) const;
+
+    std::vector<ParsedFile> files;
+    std::vector<StoredEntry> entries;
+    KeyPathIndex index;
+    int32_t last_note = -1;          // what the empty key finds
+    bool top_level_by_text = false;  // a top-level name holds "[", "]" or '"', or repeats
+    std::unordered_map<std::string_view, Table<TeskPf_Constraint>> constraint_tables;  // views into `files`
+};
+
+template <typename Visit>
+void Store::forEachWithPath(Visit visit) const {
+    std::string path;
+    std::vector<size_t> block_ends;  // path length at the end of each open block's component
+    for (size_t i = 0; i < entries.size(); ++i) {
+        const FileEntry &entry = entryOf(i);
+        if (entry.kind == EntryKind::Note) {
+            visit(i, std::string_view());
+            continue;
+        }
+        const size_t level = static_cast<size_t>(entry.level);
+        block_ends.resize(level);
+        path.resize(level == 0 ? 0 : block_ends.back());
+        fileOf(i).appendComponent(path, entries[i].entry);
+        if (entry.opensBlock()) block_ends.push_back(path.size());
+        visit(i, std::string_view(path));
+    }
+}
+
+}  // namespace teskpf::detail
