@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <string>
 
-#include <teskpf/editor.h>
 #include <teskpf/teskpf.h>
 
 namespace {

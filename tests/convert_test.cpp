@@ -53,10 +53,11 @@ TEST_P(FloatConversion, MatchesTheCheck) {
     const FloatRow &row = GetParam();
     std::optional<double> got = teskpf::to_float(row.text);
     ASSERT_EQ(got.has_value(), row.expected.has_value()) << row.text;
-    if (got && std::isnan(*row.expected))
+    if (got && std::isnan(*row.expected)) {
         EXPECT_TRUE(std::isnan(*got)) << row.text;
-    else if (got)
+    } else if (got) {
         EXPECT_EQ(*got, *row.expected) << row.text;
+    }
     teskpf::Document doc = teskpf::Document::parse(std::string("v\t") + row.text + "\t#<float>\n");
     EXPECT_EQ(doc["v"].check().ok, row.expected.has_value()) << row.text;
 }

@@ -1,9 +1,12 @@
 // The teskpf library in one include: documents and their nodes, conversions,
-// errors, the search for files and the safe save.
+// diagnostics, the format-preserving editor, errors, the search for files and
+// the safe save.
 #pragma once
 
 #include <teskpf/convert.h>
+#include <teskpf/diagnostics.h>
 #include <teskpf/document.h>
+#include <teskpf/editor.h>
 #include <teskpf/error.h>
 #include <teskpf/node.h>
 #include <teskpf/save.h>
