@@ -38,6 +38,9 @@ if(TARGET teskpf-tool)
     set_target_properties(teskpf-tool PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
   endif()
   install(TARGETS teskpf-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${PROJECT_BINARY_DIR}/tools/teskpf.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${PROJECT_BINARY_DIR}/tools/teskpf.bash
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions RENAME teskpf)
 endif()
 
 install(EXPORT TeskPfTargets

@@ -15,6 +15,7 @@ struct Command {
     std::string details;  // the rest of the subcommand's --help
     CommandSyntax syntax;
     int (*run)(const CommandLine &line);  // returns the exit code
+    std::string example = {};  // one command line showing it at work; ends its help
 };
 
 // One description per subcommand, each defined in its cmd_*.cpp.
@@ -26,6 +27,7 @@ Command setCommand();
 Command fmtCommand();
 Command keysCommand();
 Command filesCommand();
+Command helpCommand();
 
 // Every subcommand, in the order the top-level help lists them.
 const std::vector<Command> &allCommands();

@@ -4,7 +4,7 @@ namespace teskpf_tool {
 
 const std::vector<Command> &allCommands() {
     static const std::vector<Command> commands = {showCommand(), getCommand(),  checkCommand(), explainCommand(), setCommand(),
-                                                  fmtCommand(),  keysCommand(), filesCommand()};
+                                                  fmtCommand(),  keysCommand(), filesCommand(), helpCommand()};
     return commands;
 }
 

@@ -1,39 +1,59 @@
 #include "help.h"
 
-#include <iomanip>
 #include <iostream>
+#include <string>
 
 namespace teskpf_tool {
 
+const char kToolPurpose[] = "Reads, checks, edits and writes parameter files.";
+
+const char *const kToolSynopsis[4] = {"COMMAND ARGS...", "COMMAND --help", "help [COMMAND]", "--help | --version"};
+
+const std::vector<HelpSection> &toolHelpSections() {
+    static const std::vector<HelpSection> sections = {
+        {"names and keys",
+         "NAME is resolved as the library resolves it: NAME.pf in every directory\n"
+         "of PFPATH (colon-separated, default \".\"), the last file winning each\n"
+         "top-level key; a NAME containing \"/\" is only looked for as itself\n"
+         "(\".pf\" added when missing); when nothing is found, NAME itself if it\n"
+         "is a readable file. A leading \"~\" is the home directory.\n"
+         "\n"
+         "KEY is a key path as 'teskpf keys' prints it, e.g.\n"
+         "'[\"digitizer\"][\"filters\"][0][\"cutoff\"]'; a KEY not starting with \"[\"\n"
+         "names a top-level key: station means [\"station\"].\n"},
+        {"exit status",
+         "0 success, 1 a check failed or a key is missing,\n"
+         "2 usage error, unreadable or malformed file, failed write.\n"},
+    };
+    return sections;
+}
+
 void printToolHelp() {
-    std::cout << "usage: teskpf COMMAND ARGS...\n"
-                 "       teskpf COMMAND --help\n"
-                 "       teskpf --help | --version\n"
-                 "\n"
-                 "Reads, checks, edits and writes parameter files.\n"
-                 "\n"
-                 "commands:\n";
-    for (const Command &command : allCommands())
-        std::cout << "  " << std::left << std::setw(30) << command.usage << command.summary << '\n';
-    std::cout << "\n"
-                 "NAME is resolved as the library resolves it: NAME.pf in every directory\n"
-                 "of PFPATH (colon-separated, default \".\"), the last file winning each\n"
-                 "top-level key; a NAME containing \"/\" is only looked for as itself\n"
-                 "(\".pf\" added when missing); when nothing is found, NAME itself if it\n"
-                 "is a readable file. A leading \"~\" is the home directory.\n"
-                 "\n"
-                 "KEY is a key path as 'teskpf keys' prints it, e.g.\n"
-                 "'[\"digitizer\"][\"filters\"][0][\"cutoff\"]'; a KEY not starting with \"[\"\n"
-                 "names a top-level key: station means [\"station\"].\n"
-                 "\n"
-                 "exit status: 0 success, 1 a check failed or a key is missing,\n"
-                 "2 usage error, unreadable or malformed file, failed write.\n";
+    const char *prefix = "usage: ";
+    for (const char *synopsis : kToolSynopsis) {
+        std::cout << prefix << "teskpf " << synopsis << '\n';
+        prefix = "       ";
+    }
+    std::cout << '\n' << kToolPurpose << "\n\ncommands:\n";
+    // The summaries line up after the usages; a usage too long for that
+    // column gets a line of its own.
+    const size_t column = 30;
+    for (const Command &command : allCommands()) {
+        std::cout << "  " << command.usage;
+        if (command.usage.size() < column)
+            std::cout << std::string(column - command.usage.size(), ' ');
+        else
+            std::cout << '\n' << std::string(column + 2, ' ');
+        std::cout << command.summary << '\n';
+    }
+    for (const HelpSection &section : toolHelpSections()) std::cout << '\n' << section.title << ":\n" << section.text;
 }
 
 void printCommandHelp(const Command &command) {
     std::cout << "usage: teskpf " << command.usage << "\n\n"
               << command.summary << ".\n\n"
               << command.details << "\nNAME and KEY: see 'teskpf --help'.\n";
+    if (!command.example.empty()) std::cout << "\nExample: " << command.example << '\n';
 }
 
 }  // namespace teskpf_tool
