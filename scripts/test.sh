@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the regular build, the same suite under
 # AddressSanitizer and UndefinedBehaviorSanitizer, the installed-package check,
-# and short fuzz runs when clang is available.
+# the Python package's tests, and short fuzz runs when clang is available.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
@@ -18,6 +18,9 @@ ctest --test-dir build-asan --output-on-failure -j "$jobs"
 
 echo "== installed package"
 scripts/check-install.sh
+
+echo "== Python package"
+scripts/python-test.sh
 
 echo "== fuzzing"
 scripts/fuzz.sh "${TESKPF_FUZZ_SECONDS:-20}"
