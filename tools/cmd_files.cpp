@@ -39,7 +39,8 @@ Command filesCommand() {
             "tab, and the file its definition comes from. Lines starting with\n"
             "\"#\" are headings.\n",
             {{}, {"NAME"}, 1, false},
-            runFiles};
+            runFiles,
+            "PFPATH=.:site-override teskpf files station"};
 }
 
 }  // namespace teskpf_tool

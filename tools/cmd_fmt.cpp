@@ -30,7 +30,8 @@ Command fmtCommand() {
             "escaped. A pf_revision_time line gets the current time. With -o the\n"
             "text is written atomically to FILE (\".pf\" appended when missing).\n",
             {{{"-o", true}}, {"NAME"}, 1, false},
-            runFmt};
+            runFmt,
+            "teskpf fmt station.pf -o station-tidy.pf"};
 }
 
 }  // namespace teskpf_tool

@@ -32,7 +32,8 @@ Command getCommand() {
             "else its block's): when it fails, a line on stderr names them and\n"
             "the exit status is 1. A missing KEY gives exit status 1.\n",
             {{{"--check", false}}, {"NAME", "KEY"}, 2, false},
-            runGet};
+            runGet,
+            "teskpf get station.pf '[\"digitizer\"][\"sample_rate\"]' --check"};
 }
 
 }  // namespace teskpf_tool

@@ -46,7 +46,8 @@ Command keysCommand() {
             "  --table  the components separated by tabs, names keeping their\n"
             "           quotes: \"digitizer\"<TAB>\"filters\"<TAB>0<TAB>\"cutoff\"\n",
             {{{"--perl", false}, {"--table", false}}, {"NAME"}, 1, false},
-            runKeys};
+            runKeys,
+            "teskpf keys station.pf --perl"};
 }
 
 }  // namespace teskpf_tool

@@ -29,7 +29,8 @@ Command showCommand() {
             "comment; constraints. Comment and blank lines are entries too (with\n"
             "an empty key). A missing KEY is reported on stderr (exit 1).\n",
             {{}, {"NAME", "KEY"}, 1, false},
-            runShow};
+            runShow,
+            "teskpf show station.pf '[\"digitizer\"][\"sample_rate\"]'"};
 }
 
 }  // namespace teskpf_tool
