@@ -82,7 +82,7 @@ TEST(Help, EndsWithAnExample) {
     for (const char *name : {"show", "get", "fmt", "keys", "files"}) {
         const std::string text = output(std::string("help ") + name);
         const size_t last_line = text.rfind('\n', text.size() - 2);
-        EXPECT_EQ(text.compare(last_line, 11, "\nExample: "), 0) << text;
+        EXPECT_EQ(text.compare(last_line, 10, "\nExample: "), 0) << text;
     }
 }
 
