@@ -33,14 +33,18 @@ bool TeskPf::validIndex(int index) const { return index >= 0 && index < size(); 
 int TeskPf::size() const { return store ? static_cast<int>(store->size()) : 0; }
 
 std::string_view TeskPf::storedValue(int index, string &buffer) const {
-    auto edited = edited_values.find(index);
-    if (edited != edited_values.end()) return edited->second;
+    if (!edited_values.empty()) {
+        auto edited = edited_values.find(index);
+        if (edited != edited_values.end()) return edited->second;
+    }
     return store->value(static_cast<size_t>(index), buffer);
 }
 
 std::string_view TeskPf::storedComment(int index, string &buffer) const {
-    auto edited = edited_comments.find(index);
-    if (edited != edited_comments.end()) return edited->second;
+    if (!edited_comments.empty()) {
+        auto edited = edited_comments.find(index);
+        if (edited != edited_comments.end()) return edited->second;
+    }
     return store->comment(static_cast<size_t>(index), buffer);
 }
 

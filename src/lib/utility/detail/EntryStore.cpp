@@ -1,6 +1,7 @@
 #include "detail/EntryStore.h"
 
 #include <charconv>
+#include <cstring>
 
 #include "BlockParser.h"
 #include "ConstraintParser.h"
@@ -15,14 +16,7 @@ namespace {
 // structure: one holding "[", "]" or '"' can alias other paths.
 bool plainName(std::string_view name) { return name.find_first_of("[]\"") == std::string_view::npos; }
 
-// Removes `part` from the end of `rest` when `rest` ends with it.
-bool cutSuffix(std::string_view &rest, std::string_view part) {
-    if (rest.size() < part.size() || rest.substr(rest.size() - part.size()) != part) return false;
-    rest.remove_suffix(part.size());
-    return true;
-}
-
-// The digits of a list position.
+// The decimal digits of a list position or line number.
 std::string_view positionDigits(int32_t position, char (&digits)[16]) {
     char *end = std::to_chars(digits, digits + sizeof digits, position).ptr;
     return std::string_view(digits, static_cast<size_t>(end - digits));
@@ -220,30 +214,55 @@ void Store::mergeByText(uint32_t file_id, const std::vector<uint32_t> &members, 
 // ---- Key paths ------------------------------------------------------------------
 
 uint64_t Store::hashOf(StoredEntry at) const {
+    // The hash runs from the root, the chain from the entry: collect the chain
+    // first, on the stack while it is short.
     const ParsedFile &file = files[at.file];
-    std::vector<int32_t> chain;
-    for (int32_t x = static_cast<int32_t>(at.entry); x >= 0; x = file.entries()[static_cast<size_t>(x)].parent)
-        chain.push_back(x);
+    constexpr size_t kShortChain = 32;
+    int32_t short_chain[kShortChain];
+    std::vector<int32_t> long_chain;
+    size_t depth = 0;
+    for (int32_t x = static_cast<int32_t>(at.entry); x >= 0; x = file.entries()[static_cast<size_t>(x)].parent) {
+        if (depth < kShortChain)
+            short_chain[depth] = x;
+        else
+            long_chain.push_back(x);
+        ++depth;
+    }
     PathHash hash;
-    for (size_t i = chain.size(); i-- > 0;) feedComponent(hash, file, file.entries()[static_cast<size_t>(chain[i])]);
+    for (size_t i = depth; i-- > 0;) {
+        const int32_t x = i < kShortChain ? short_chain[i] : long_chain[i - kShortChain];
+        feedComponent(hash, file, file.entries()[static_cast<size_t>(x)]);
+    }
     return hash.value();
 }
 
 bool Store::pathEquals(StoredEntry at, std::string_view key) const {
+    // From the last component back, each compared in place: the brackets and
+    // quotes byte by byte, the name or digits at once.
     const ParsedFile &file = files[at.file];
-    std::string_view rest = key;
+    const char *begin = key.data();
+    const char *end = begin + key.size();
     for (int32_t x = static_cast<int32_t>(at.entry); x >= 0;) {
         const FileEntry &entry = file.entries()[static_cast<size_t>(x)];
+        std::string_view inner;
+        char digits[16];
+        size_t quote = 0;  // 1 for a named component
         if (entry.position >= 0) {
-            char digits[16];
-            if (!cutSuffix(rest, "]") || !cutSuffix(rest, positionDigits(entry.position, digits)) || !cutSuffix(rest, "["))
-                return false;
-        } else if (!cutSuffix(rest, "\"]") || !cutSuffix(rest, file.key(entry)) || !cutSuffix(rest, "[\"")) {
-            return false;
+            inner = positionDigits(entry.position, digits);
+        } else {
+            inner = file.key(entry);
+            quote = 1;
         }
+        const size_t size = inner.size() + 2 + 2 * quote;
+        if (static_cast<size_t>(end - begin) < size) return false;
+        const char *component = end - size;
+        if (component[0] != '[' || end[-1] != ']') return false;
+        if (quote != 0 && (component[1] != '"' || end[-2] != '"')) return false;
+        if (std::memcmp(component + 1 + quote, inner.data(), inner.size()) != 0) return false;
+        end = component;
         x = entry.parent;
     }
-    return rest.empty();
+    return end == begin;
 }
 
 bool Store::samePath(StoredEntry a, StoredEntry b) const {
@@ -282,7 +301,13 @@ bool Store::nameHasBracket(size_t index) const {
 // ---- Queries ------------------------------------------------------------------
 
 std::string Store::source(size_t index) const {
-    return fileOf(index).name() + ":" + std::to_string(entryOf(index).line);
+    char digits[16];
+    std::string_view line = positionDigits(static_cast<int32_t>(entryOf(index).line), digits);
+    const std::string &name = fileOf(index).name();
+    std::string source;
+    source.reserve(name.size() + 1 + line.size());
+    source.append(name).append(":").append(line);
+    return source;
 }
 
 std::string Store::keyPath(size_t index) const { return fileOf(index).keyPath(entries[index].entry); }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,33 +16,61 @@
 
 namespace teskpf::detail {
 
-// 64-bit FNV-1a over the bytes of a key path text.
+// A 64-bit hash of a key path text, fed in pieces: the text is read in
+// 8-byte words counted from its start, whatever the pieces, so hashing a path
+// from its block's state and its own component gives the hash of the whole
+// text at once.
 class PathHash {
 public:
     void feed(std::string_view bytes) {
-        for (unsigned char c : bytes) state = (state ^ c) * 1099511628211ULL;
+        size_t i = 0;
+        length += bytes.size();
+        if (pending_bytes != 0) {
+            while (pending_bytes < 8 && i < bytes.size()) takeByte(bytes[i++]);
+            if (pending_bytes < 8) return;
+            mixWord(pending);
+        }
+        for (; i + 8 <= bytes.size(); i += 8) mixWord(loadWord(bytes.data() + i));
+        while (i < bytes.size()) takeByte(bytes[i++]);
     }
-    // Feeds the component ["name"] or [position], as KeyPath.h writes them.
+    // Feeds the component ["name"], as KeyPath.h writes it.
     void feedNamed(std::string_view name) {
         feed("[\"");
         feed(name);
         feed("\"]");
     }
-    void feedListPosition(long position) {
-        std::string component;
-        appendListComponent(component, position);
-        feed(component);
-    }
-    // The state with its bits mixed, so that both halves depend on every byte.
+    // The hash, its bits mixed so that both halves depend on every byte.
     uint64_t value() const {
-        uint64_t h = state;
-        h ^= h >> 32;
-        h *= 0xd6e8feb86659fd93ULL;
-        return h ^ (h >> 32);
+        uint64_t h = state ^ (pending * 0x9E3779B97F4A7C15ULL) ^ (length * 0xC2B2AE3D27D4EB4FULL);
+        h ^= h >> 33;
+        h *= 0xff51afd7ed558ccdULL;
+        h ^= h >> 33;
+        h *= 0xc4ceb9fe1a85ec53ULL;
+        return h ^ (h >> 33);
     }
 
 private:
-    uint64_t state = 14695981039346656037ULL;
+    void takeByte(char c) { pending |= uint64_t{static_cast<unsigned char>(c)} << (8 * pending_bytes++); }
+    void mixWord(uint64_t word) {
+        state = ((state ^ (word * 0x9E3779B97F4A7C15ULL)) << 31 | (state ^ (word * 0x9E3779B97F4A7C15ULL)) >> 33) *
+                0xBF58476D1CE4E5B9ULL;
+        pending = 0;
+        pending_bytes = 0;
+    }
+    // Eight bytes, the first in the lowest bits, as takeByte assembles them.
+    static uint64_t loadWord(const char *at) {
+        uint64_t word;
+        std::memcpy(&word, at, sizeof word);
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        word = __builtin_bswap64(word);
+#endif
+        return word;
+    }
+
+    uint64_t state = 0x243F6A8885A308D3ULL;
+    uint64_t pending = 0;  // bytes not yet mixed, the first in the lowest bits
+    uint64_t length = 0;
+    unsigned pending_bytes = 0;
 };
 
 // Open addressing with linear probing. A slot stores the high half of the

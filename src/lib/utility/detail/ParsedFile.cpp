@@ -157,13 +157,28 @@ void ParsedFile::appendComponent(std::string &path, size_t index) const {
         appendNamedComponent(path, key(entry));
 }
 
+size_t ParsedFile::componentSize(const FileEntry &entry) const {
+    if (entry.position < 0) return entry.key.size + 4;  // ["name"]
+    size_t digits = 1;
+    for (int32_t rest = entry.position; rest >= 10; rest /= 10) ++digits;
+    return digits + 2;  // [n]
+}
+
 std::string ParsedFile::keyPath(size_t index) const {
     if (entries_[index].kind == EntryKind::Note) return {};
-    std::vector<size_t> chain;
+    // The size first, then the components from the last one back, so that the
+    // path is allocated once at its size.
+    size_t size = 0;
     for (int32_t at = static_cast<int32_t>(index); at >= 0; at = entries_[static_cast<size_t>(at)].parent)
-        chain.push_back(static_cast<size_t>(at));
-    std::string path;
-    for (size_t i = chain.size(); i-- > 0;) appendComponent(path, chain[i]);
+        size += componentSize(entries_[static_cast<size_t>(at)]);
+    std::string path(size, '\0');
+    std::string component;
+    for (int32_t at = static_cast<int32_t>(index); at >= 0; at = entries_[static_cast<size_t>(at)].parent) {
+        component.clear();
+        appendComponent(component, static_cast<size_t>(at));
+        size -= component.size();
+        path.replace(size, component.size(), component);
+    }
     return path;
 }
 

@@ -98,6 +98,8 @@ public:
     std::string keyPath(size_t index) const;
     // Appends the key path component of entry `index`: ["name"] or [n].
     void appendComponent(std::string &path, size_t index) const;
+    // The length of that component.
+    size_t componentSize(const FileEntry &entry) const;
 
 private:
     void parse();
