@@ -1,5 +1,7 @@
-// teskpf set NAME KEY VALUE [-o FILE]: change one value and write the file.
+// teskpf set NAME KEY VALUE [--file FILE] [--check] [-o FILE]: change one
+// value in place.
 #include "command.h"
+#include "edit_source.h"
 #include "entries.h"
 #include "param_files.h"
 #include "tool_error.h"
@@ -8,17 +10,30 @@ namespace teskpf_tool {
 
 namespace {
 
-// Edits `key` in `file` alone. Writing the merged entries back instead would
-// copy the keys of every other file on the path into it, and drop its comments
-// when it is not the last file on the path.
-void editInPlace(const std::string &file, const std::string &key, const std::string &value) {
-    TeskPf own(file, 0);
-    own.setValue(key, value, 0);
-    std::string written = writeParameterFile(own, file);
-    if (written != file)
-        throw ToolError("'" + file + "' is unchanged: the library writes parameter files with a .pf suffix, so the "
-                        "result went to '" + written + "'; use -o to choose the output",
-                        kExitError);
+// Refuses (exit 1) a value that fails the annotation in effect for entry
+// `index` of the merged view.
+void requireValid(const TeskPf &pf, int index, const std::string &value) {
+    std::string candidate = value;
+    if (!pf.checkValue(index, &candidate, nullptr))
+        throw ToolError("set: " + pf.getKey(index) + ": " + value + " does not satisfy " +
+                            effectiveConstraints(pf, index) + "; nothing written",
+                        kExitFailed);
+}
+
+// --file FILE: set KEY in FILE, adding it there when FILE lacks it.
+void setInFile(const CommandLine &line, const std::string &key, const std::string &value) {
+    const std::string &name = line.positional[0];
+    if (line.has("--check") && !resolveFiles(name).empty()) {
+        TeskPf pf = loadParameterFile(name);
+        if (int index = pf.getEntryIndex(key); index >= 0) requireValid(pf, index, value);
+    }
+    teskpf::Editor editor = openForEditing("set", line.value("--file"), false);
+    editAndSave("set", editor, [&](teskpf::Editor &e) {
+        if (e.lineOf(key) >= 0)
+            e.setValue(key, value);
+        else
+            e.add(key, value);
+    });
 }
 
 int runSet(const CommandLine &line) {
@@ -27,17 +42,26 @@ int runSet(const CommandLine &line) {
     const std::string &value = line.positional[2];
     // A line end would split the value into lines of their own.
     if (value.find_first_of("\n\r") != std::string::npos) throw UsageError("set: VALUE must be one line", "set");
-
-    TeskPf pf = loadParameterFile(name);
-    int index = requireEntry(pf, key, name);
-    if (isBlockOpening(pf, index))
-        throw ToolError("set: " + key + " is a block; only plain values can be set", kExitError);
-    if (line.has("-o")) {
-        pf.setValue(index, value, 0);
-        writeToOutput(pf, line.value("-o"));
-    } else {
-        editInPlace(sourceFile(pf.getSource(index)), key, value);
+    if (line.has("--file") && line.has("-o")) throw UsageError("set: choose one of --file and -o", "set");
+    if (line.has("--file")) {
+        setInFile(line, key, value);
+        return kExitOk;
     }
+
+    LockedSource source = lockSourceOf(name, key);
+    if (isBlockOpening(source.pf, source.index))
+        throw ToolError("set: " + key + " is a block; only plain values can be set", kExitError);
+    if (line.has("--check")) requireValid(source.pf, source.index, value);
+    teskpf::Editor editor = openForEditing("set", source.file, true);
+    if (line.has("-o")) {
+        // The edit is tried on the source file first, so that -o refuses what
+        // an in-place edit refuses.
+        editor.setValueAtLine(source.line, value);
+        source.pf.setValue(source.index, value, 0);
+        writeToOutput(source.pf, line.value("-o"));
+        return kExitOk;
+    }
+    editAndSave("set", editor, [&](teskpf::Editor &e) { e.setValueAtLine(source.line, value); });
     return kExitOk;
 }
 
@@ -45,17 +69,24 @@ int runSet(const CommandLine &line) {
 
 Command setCommand() {
     return {"set",
-            "set NAME KEY VALUE [-o FILE]",
-            "change the value of KEY and write the file",
-            "Without -o, the file that supplied KEY is rewritten (atomically) with\n"
-            "the new value; the other files on PFPATH are not touched. With -o, the\n"
-            "merged entries with the new value are written to FILE instead (\".pf\"\n"
-            "is appended when FILE lacks it). The file is regenerated: indentation\n"
-            "becomes tabs and a pf_revision_time line gets the current time. A\n"
-            "missing KEY gives exit status 1 and writes nothing. The value is not\n"
-            "checked; run 'teskpf check' afterwards. A VALUE starting with \"-\"\n"
-            "other than a number goes after \"--\".\n",
-            {{{"-o", true}}, {"NAME", "KEY", "VALUE"}, 3, false},
+            "set NAME KEY VALUE [--file FILE] [--check] [-o FILE]",
+            "change the value of KEY in place",
+            "Changes the value on the one line that supplies the value of KEY in\n"
+            "effect (the last file on PFPATH that has it), in that file only; every\n"
+            "other byte of every file stays as it is, except that a top-level\n"
+            "pf_revision_time value in the edited file gets the current time. With\n"
+            "--file, FILE is edited instead (e.g. a site override layer), and KEY\n"
+            "is added there as the last member of its block when FILE lacks it.\n"
+            "The file is locked while it is read, edited and saved atomically.\n"
+            "With --check, a VALUE that fails the annotation in effect gives exit\n"
+            "status 1 and writes nothing. A VALUE that would not read back as\n"
+            "given (a tab, white space at either end, a leading \"&Arr\"/\"&Tbl\", an\n"
+            "empty list member or one starting with \"}\") and a KEY that opens a\n"
+            "block give exit status 2 and write nothing; a missing KEY gives exit\n"
+            "status 1. With -o, the merged entries with the new value are saved to\n"
+            "exactly FILE instead, regenerated as 'teskpf fmt' writes them. A VALUE\n"
+            "starting with \"-\" other than a number goes after \"--\".\n",
+            {{{"--file", true}, {"--check", false}, {"-o", true}}, {"NAME", "KEY", "VALUE"}, 3, false},
             runSet};
 }
 

@@ -24,6 +24,7 @@ Command getCommand();
 Command checkCommand();
 Command explainCommand();
 Command setCommand();
+Command unsetCommand();
 Command fmtCommand();
 Command keysCommand();
 Command filesCommand();

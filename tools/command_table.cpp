@@ -3,7 +3,7 @@
 namespace teskpf_tool {
 
 const std::vector<Command> &allCommands() {
-    static const std::vector<Command> commands = {showCommand(), getCommand(),  checkCommand(), explainCommand(), setCommand(),
+    static const std::vector<Command> commands = {showCommand(), getCommand(),  checkCommand(), explainCommand(), setCommand(), unsetCommand(),
                                                   fmtCommand(),  keysCommand(), filesCommand(), helpCommand()};
     return commands;
 }

@@ -1,0 +1,44 @@
+// teskpf unset NAME KEY [--file FILE]: remove a key in place.
+#include "command.h"
+#include "edit_source.h"
+#include "entries.h"
+#include "tool_error.h"
+
+namespace teskpf_tool {
+
+namespace {
+
+int runUnset(const CommandLine &line) {
+    const std::string &name = line.positional[0];
+    const std::string key = keyPathArgument(line.positional[1]);
+    if (line.has("--file")) {
+        const std::string file = line.value("--file");
+        teskpf::Editor editor = openForEditing("unset", file, false);
+        if (editor.lineOf(key) < 0) throw ToolError("no key " + key + " in '" + file + "'", kExitFailed);
+        editAndSave("unset", editor, [&](teskpf::Editor &e) { e.remove(key); });
+        return kExitOk;
+    }
+    LockedSource source = lockSourceOf(name, key);
+    teskpf::Editor editor = openForEditing("unset", source.file, true);
+    editAndSave("unset", editor, [&](teskpf::Editor &e) { e.removeAtLine(source.line); });
+    return kExitOk;
+}
+
+}  // namespace
+
+Command unsetCommand() {
+    return {"unset",
+            "unset NAME KEY [--file FILE]",
+            "remove KEY in place",
+            "Removes the line of KEY or, when KEY opens a block, the whole block\n"
+            "down to its closing line, from the file that supplies KEY in effect\n"
+            "(with --file, from FILE). Every other byte stays as it is, except that\n"
+            "a top-level pf_revision_time value gets the current time. A lower\n"
+            "file on PFPATH that also has KEY then supplies it. Later members of a\n"
+            "list move up one position. The file is locked while it is read, edited\n"
+            "and saved atomically. A missing KEY gives exit status 1.\n",
+            {{{"--file", true}}, {"NAME", "KEY"}, 2, false},
+            runUnset};
+}
+
+}  // namespace teskpf_tool

@@ -1,0 +1,49 @@
+#include "edit_source.h"
+
+#include "entries.h"
+#include "param_files.h"
+#include "teskpf/error.h"
+#include "tool_error.h"
+
+namespace teskpf_tool {
+
+LockedSource lockSourceOf(const std::string &name, const std::string &key) {
+    // The file is known only after reading, and another editor may change
+    // which file supplies the key before the lock is held: read again under
+    // the lock until both reads agree.
+    const TeskPf first = loadParameterFile(name);
+    std::string source = first.getSource(requireEntry(first, key, name));
+    for (;;) {
+        const std::string file = sourceFile(source);
+        teskpf::FileLock lock(file);
+        TeskPf pf = loadParameterFile(name);
+        const int index = requireEntry(pf, key, name);
+        std::string now = pf.getSource(index);
+        if (now == source) {
+            const long line = std::stol(source.substr(file.size() + 1));
+            return {std::move(pf), index, file, line, std::move(lock)};
+        }
+        source = std::move(now);
+    }
+}
+
+teskpf::Editor openForEditing(const std::string &command, const std::string &file, bool locked) {
+    try {
+        // A second lock on the file from this process would wait for the first.
+        return locked ? teskpf::Editor::open(file) : teskpf::Editor::openLocked(file);
+    } catch (const teskpf::Error &error) {
+        throw ToolError(command + ": " + error.what(), kExitError);
+    }
+}
+
+void editAndSave(const std::string &command, teskpf::Editor &editor,
+                 const std::function<void(teskpf::Editor &)> &edit) {
+    try {
+        edit(editor);
+    } catch (const teskpf::EditError &error) {
+        throw ToolError(command + ": " + editor.name() + ": " + error.what() + "; nothing written", kExitError);
+    }
+    editor.save();
+}
+
+}  // namespace teskpf_tool
