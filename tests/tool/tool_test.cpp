@@ -102,10 +102,12 @@ TEST_F(Tool, CommandsWritingFiles) {
     EXPECT_EQ(run({"set", "good", "name", "KBS9", "-o", "copy"}), "0||teskpf: note: wrote 'copy.pf'\n");
     EXPECT_EQ(run({"get", "copy", "name"}), "0|KBS9\n|");
     EXPECT_EQ(get("good.pf"), kGood);  // -o leaves the source alone
-    // Without -o the file is rewritten as regenerated text with the new value.
+    // Without -o only the value's bytes change, escaped.
     EXPECT_EQ(run({"set", "good", "note", "x#y"}), "0||");
     EXPECT_EQ(run({"get", "good", "note"}), "0|x#y\n|");
-    EXPECT_EQ("0|" + get("good.pf") + "|", run({"fmt", "good"}));
+    std::string edited = kGood;
+    edited.replace(edited.find("note a\\#b"), 9, "note x\\#y");
+    EXPECT_EQ(get("good.pf"), edited);
     EXPECT_EQ(run({"set", "good", "[\"chan\"][1][\"gain\"]", "-3 1"}), "0||");  // a value, not an option
     EXPECT_EQ(run({"get", "good", "[\"chan\"][1][\"gain\"]"}), "0|-3 1\n|");
     EXPECT_EQ(run({"set", "good", "name", "X", "-o", "no/such/dir/out.pf"}),
@@ -121,13 +123,11 @@ TEST_F(Tool, CommandsWritingFiles) {
               "[\"a\"]\tbase/stn.pf\n|");
     EXPECT_EQ(run({"set", "stn", "a", "10"}, "base:site"), "0||");
     EXPECT_EQ(run({"set", "stn", "b", "30"}, "base:site"), "0||");
-    EXPECT_EQ(get("base/stn.pf") + get("site/stn.pf"), "a\t10\nb\t2\n# base comment\nb\t30\n");
-    // A readable file off the path is read as itself, but the library writes
-    // names with a .pf suffix: an in-place edit cannot land.
+    EXPECT_EQ(get("base/stn.pf") + get("site/stn.pf"), "a 10\nb 2\n# base comment\nb 30\n");
+    // A readable file off the path is read and edited as itself.
     dir.write("conf/station.conf", "k v\n");
     EXPECT_EQ(run({"get", "conf/station.conf", "k"}, ""), "0|v\n|");
-    EXPECT_EQ(run({"set", "conf/station.conf", "k", "w"}),
-              "2||teskpf: 'conf/station.conf' is unchanged: the library writes parameter files with a .pf suffix, "
-              "so the result went to 'conf/station.conf.pf'; use -o to choose the output\n");
-    EXPECT_EQ(get("conf/station.conf"), "k v\n");
+    EXPECT_EQ(run({"set", "conf/station.conf", "k", "w"}, ""), "0||");
+    EXPECT_EQ(get("conf/station.conf"), "k w\n");
+    EXPECT_FALSE(fs::exists(dir.path() + "/conf/station.conf.pf"));
 }
