@@ -1,0 +1,205 @@
+// Differential check of the classic handle against a plain reference model:
+// the six-text entry records of every file (entryRecords), merged by their key
+// path texts (mergeEntryLists) and looked up by text (KeyIndex). Both read the
+// same layered files; every query must answer alike.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BlockParser.h"
+#include "ConstraintParser.h"
+#include "FileSearch.h"
+#include "KeyIndex.h"
+#include "KeyPath.h"
+#include "Merge.h"
+#include "TeskPf.h"
+#include "TextGenerator.h"
+#include "ValueCheck.h"
+#include "detail/ParsedFile.h"
+
+namespace differential {
+
+constexpr size_t kMaxLayers = 3;
+constexpr char kFileName[] = "layered.pf";
+
+// The input as layers: the first byte picks how many directories hold a file
+// (1 to kMaxLayers); the rest is cut at each byte 0x01 into the files' texts.
+inline std::vector<std::string> decodeLayers(const uint8_t *data, size_t size) {
+    std::vector<std::string> layers;
+    if (size == 0) return layers;
+    const size_t count = 1 + data[0] % kMaxLayers;
+    layers.emplace_back();
+    for (size_t i = 1; i < size; ++i) {
+        if (data[i] == 0x01 && layers.size() < count)
+            layers.emplace_back();
+        else
+            layers.back().push_back(static_cast<char>(data[i]));
+    }
+    return layers;
+}
+
+// Writes layer i to DIR_i/kFileName (DIRS are the search path, in order) and
+// removes the file from the directories beyond the layers.
+inline void writeLayers(const std::vector<std::filesystem::path> &dirs, const std::vector<std::string> &layers) {
+    for (size_t i = 0; i < dirs.size(); ++i) {
+        const std::filesystem::path file = dirs[i] / kFileName;
+        std::error_code ignored;
+        if (i >= layers.size()) {
+            std::filesystem::remove(file, ignored);
+            continue;
+        }
+        std::ofstream(file, std::ios::binary | std::ios::trunc) << layers[i];
+    }
+}
+
+// The reference: the classic records, merged and looked up by text.
+struct Reference {
+    EntryList list;
+    teskpf::ConstraintTables tables;
+    KeyIndex index;
+
+    explicit Reference(const std::string &name) {
+        std::vector<std::string> files = teskpf::findParameterFiles(name);
+        bool first = true;
+        for (auto file = files.rbegin(); file != files.rend(); ++file) {
+            std::string text;
+            int error = 0;
+            teskpf::readFileText(*file, text, error);
+            EntryList entries = teskpf::entryRecords(teskpf::ParsedFile(*file, std::move(text)), first, tables);
+            if (list.empty())
+                list = std::move(entries);
+            else if (!entries.empty())
+                list = teskpf::mergeEntryLists(list, entries);
+            first = false;
+        }
+        index.build(list);
+    }
+
+    int find(const std::string &key) const { return index.find(list, key); }
+
+    const Table<TeskPf_Constraint> *table(int i) const {
+        std::string text = list[static_cast<size_t>(i)][FIELD_CONSTRAINTS];
+        if (text.empty()) {
+            std::string_view enclosing = teskpf::enclosingKey(list[static_cast<size_t>(i)][FIELD_KEY]);
+            if (enclosing.empty()) return nullptr;
+            int parent = find(std::string(enclosing));
+            if (parent < 0) return nullptr;
+            text = list[static_cast<size_t>(parent)][FIELD_CONSTRAINTS];
+        }
+        auto found = tables.find(text);
+        return found == tables.end() ? nullptr : &found->second;
+    }
+
+    bool check(int i, const std::string &value, Table<int> &types) const {
+        const Table<TeskPf_Constraint> *constraints = table(i);
+        types.clear();
+        if (!constraints || constraints->empty()) return true;
+        for (const TeskPf_Constraint &c : *constraints) types.push_back(c.type);
+        Table<std::string> fields = teskpf::splitFields(value);
+        if (fields.size() != constraints->size()) return false;
+        for (size_t f = 0; f < fields.size(); ++f)
+            if (!teskpf::fieldSatisfies(fields[f], (*constraints)[f])) return false;
+        return true;
+    }
+};
+
+// Texts that query a handle: every key path, the text before its last "[",
+// the path with a bit more or less, and the empty key.
+inline std::vector<std::string> queriesOf(const EntryList &list) {
+    std::vector<std::string> queries{"", "[", "[\"", "[0]"};
+    for (const Entry &entry : list) {
+        const std::string &key = entry[FIELD_KEY];
+        queries.push_back(key);
+        queries.emplace_back(teskpf::enclosingKey(key));
+        queries.push_back(key + "[0]");
+        if (!key.empty()) queries.push_back(key.substr(0, key.size() - 1));
+    }
+    return queries;
+}
+
+// The texts written with the revision line's time cut off: the two handles
+// may read the clock in different seconds.
+inline std::string withoutRevisionTime(std::string text) {
+    const std::string line = "pf_revision_time\t";
+    size_t at = text.rfind(line);
+    if (at != std::string::npos && (at == 0 || text[at - 1] == '\n')) text.resize(at + line.size());
+    return text;
+}
+
+// TeskPf's destructor is not virtual; a final class lets it be owned safely.
+struct Handle final : TeskPf {
+    using TeskPf::TeskPf;
+};
+
+// "" when the handle and the reference agree on everything asked, else what
+// differs first.
+inline std::string compare(const std::string &name) {
+    std::string handle_error, reference_error;
+    std::optional<Handle> handle;
+    std::unique_ptr<Reference> reference;
+    try {
+        handle.emplace(name, 0);
+    } catch (const std::string &message) {
+        handle_error = message;
+    }
+    try {
+        reference = std::make_unique<Reference>(name);
+    } catch (const std::string &message) {
+        reference_error = message;
+    }
+    if (handle_error != reference_error) return "load errors differ: '" + handle_error + "' vs '" + reference_error + "'";
+    if (!handle) return "";
+
+    const EntryList &list = reference->list;
+    if (handle->size() != static_cast<int>(list.size())) return "sizes differ";
+    if (handle->getList() != list) return "getList differs";
+    for (int i = 0; i < handle->size(); ++i) {
+        const Entry &entry = list[static_cast<size_t>(i)];
+        const std::string at = " at entry " + std::to_string(i);
+        if (handle->getEntry(i) != entry) return "getEntry differs" + at;
+        if (handle->getKey(i) != entry[FIELD_KEY] || handle->getComment(i) != entry[FIELD_COMMENT] ||
+            handle->getSource(i) != entry[FIELD_SOURCE])
+            return "a field differs" + at;
+        bool ok = false;
+        Table<int> types, expected_types;
+        const std::string value = handle->getValue(i, &ok, &types);
+        if (value != entry[FIELD_VALUE]) return "getValue differs" + at;
+        if (ok != reference->check(i, value, expected_types) || types != expected_types) return "verdict differs" + at;
+        std::string other = "1 x";
+        if (handle->checkValue(i, &other, nullptr) != reference->check(i, other, expected_types))
+            return "checkValue of another value differs" + at;
+        bool parsed = false;
+        if (handle->getConstraints(i, &parsed) != entry[FIELD_CONSTRAINTS] ||
+            parsed != reference->tables.contains(entry[FIELD_CONSTRAINTS]))
+            return "getConstraints differs" + at;
+    }
+    for (const std::string &query : queriesOf(list))
+        if (handle->getEntryIndex(query) != reference->find(query)) return "getEntryIndex differs for " + query;
+    if (withoutRevisionTime(handle->getPfString()) != withoutRevisionTime(teskpf::generateText(list)))
+        return "getPfString differs";
+
+    // Edits: a copy edits on its own, and both write what the reference writes.
+    if (handle->size() > 0) {
+        TeskPf copy = *handle;
+        const int last = handle->size() - 1;
+        copy.setValue(last, "v#1\tx", 0);
+        copy.setComment(0, "# edited");
+        if (handle->getEntry(last) != list[static_cast<size_t>(last)]) return "editing a copy changed the original";
+        EntryList edited = list;
+        if (edited[static_cast<size_t>(last)][FIELD_VALUE] != "v#1\tx") edited[static_cast<size_t>(last)][FIELD_VALUE] = "v#1\tx";
+        edited[0][FIELD_COMMENT] = "# edited";
+        if (copy.getList() != edited) return "edited entries differ";
+        if (withoutRevisionTime(copy.getPfString()) != withoutRevisionTime(teskpf::generateText(edited)))
+            return "edited text differs";
+    }
+    return "";
+}
+
+}  // namespace differential
