@@ -2,7 +2,7 @@
 # Compares loading with TeskPf and with other libraries: builds (Release, -O2)
 # in build-peers/, writes the same generated content in every library's format
 # and prints Markdown tables headed by the machine they ran on.
-#   scripts/bench-peers.sh [LINES...]     (default: 10000 100000 1000000)
+#   scripts/bench-peers.sh [LINES...]     (default: 50 500 100000)
 # Needs: apt-get install -y libinih-dev libconfig++-dev libyaml-cpp-dev libtomlplusplus-dev libboost-dev
 # JOBS sets the build's parallelism (default 2).
 set -euo pipefail
@@ -12,7 +12,7 @@ build="$root/build-peers"
 source "$root/bench/release_build.sh"
 
 sizes=("$@")
-[ ${#sizes[@]} -gt 0 ] || sizes=(10000 100000 1000000)
+[ ${#sizes[@]} -gt 0 ] || sizes=(50 500 100000)
 
 release_build "$build" "teskpf-peers teskpf-peer-files" -DTESKPF_BUILD_PEER_BENCHMARKS=ON
 
@@ -36,7 +36,8 @@ echo "- Compiler: $("$compiler" --version | head -1); build type Release, flags 
 echo "- Peers (Debian packages): $versions"
 echo "- Method: one process, libraries taken round-robin for 5 rounds (3 at 1M lines), median CPU time" \
      "of a load (destruction not timed); a library whose load takes over 10 s is loaded once." \
-     "Memory: glibc mallinfo2() heap in use with the document loaded, minus before."
+     "Heap: glibc mallinfo2() heap in use with the document loaded, minus before; per line: that over the" \
+     "lines of content. Small files are loaded 200000/LINES times per measurement."
 echo "- Files: the same generated content in each library's format; MB/s is of the library's own file."
 "$build/bench/peers/teskpf-peers" "$data" "${sizes[@]}"
 echo

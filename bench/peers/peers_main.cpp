@@ -2,7 +2,7 @@
 // with every library, round-robin over the libraries for several rounds, and
 // prints a Markdown table per size: median CPU time of a load, MB/s of each
 // library's own file, MB/s relative to TeskPf and the heap a loaded document
-// holds.
+// holds, in all and per line of content.
 #include <malloc.h>
 #include <time.h>
 
@@ -102,15 +102,15 @@ void printTable(size_t lines, const std::vector<Result> &results) {
     while (all[reference].name != "TeskPf") ++reference;
     const double reference_rate = results[reference].file_bytes / results[reference].seconds;
     std::printf("\n#### %zu lines\n\n", lines);
-    std::printf("| Library | File (MB) | Load (ms CPU) | MB/s | MB/s vs TeskPf | Memory (MiB) |\n");
-    std::printf("|---|---:|---:|---:|---:|---:|\n");
+    std::printf("| Library | File (MB) | Load (ms CPU) | MB/s | MB/s vs TeskPf | Heap (MiB) | Heap per line (B) |\n");
+    std::printf("|---|---:|---:|---:|---:|---:|---:|\n");
     for (size_t i = 0; i < all.size(); ++i) {
         const Result &result = results[i];
         const double rate = result.file_bytes / result.seconds;
         const std::string note = result.rounds == 1 ? " (loaded once: slow)" : "";
-        std::printf("| %s%s | %.2f | %.2f | %.1f | %.2f× | %.2f |\n", all[i].name.c_str(), note.c_str(),
+        std::printf("| %s%s | %.3f | %.3f | %.1f | %.2f× | %.3f | %.0f |\n", all[i].name.c_str(), note.c_str(),
                     result.file_bytes / 1e6, result.seconds * 1e3, rate / 1e6, rate / reference_rate,
-                    result.heap_bytes / (1024.0 * 1024.0));
+                    result.heap_bytes / (1024.0 * 1024.0), result.heap_bytes / static_cast<double>(lines));
     }
     std::fflush(stdout);
 }
@@ -124,7 +124,7 @@ int main(int argc, char **argv) {
     }
     std::vector<size_t> sizes;
     for (int i = 2; i < argc; ++i) sizes.push_back(std::strtoull(argv[i], nullptr, 10));
-    if (sizes.empty()) sizes = {10000, 100000, 1000000};
+    if (sizes.empty()) sizes = {50, 500, 100000};
     try {
         for (size_t lines : sizes) printTable(lines, measure(argv[1], lines));
     } catch (const std::exception &error) {

@@ -35,10 +35,12 @@ std::string unescape(std::string_view value) {
 }
 
 void appendEscaped(std::string &out, std::string_view value) {
-    for (char c : value) {
-        if (c == '#') out += '\\';
-        out += c;
+    // By chunks: the text up to each "#" at once.
+    for (size_t hash = value.find('#'); hash != std::string_view::npos; hash = value.find('#')) {
+        out.append(value.substr(0, hash)).append("\\#");
+        value.remove_prefix(hash + 1);
     }
+    out.append(value);
 }
 
 std::string replaceAll(std::string_view text, std::string_view from, std::string_view to) {
@@ -88,6 +90,13 @@ std::string_view annotation(std::string_view comment) {
     return found;
 }
 
+// Index of the first blank or tab, or npos; a plain loop, as keys are short.
+size_t firstBlankOrTab(std::string_view text) {
+    for (size_t i = 0; i < text.size(); ++i)
+        if (text[i] == ' ' || text[i] == '\t') return i;
+    return std::string_view::npos;
+}
+
 }  // namespace
 
 LineSpans splitLine(std::string_view line, bool in_list) {
@@ -99,7 +108,7 @@ LineSpans splitLine(std::string_view line, bool in_list) {
     if (in_list) {
         spans.value = text;
     } else {
-        size_t blank = text.find_first_of(" \t");
+        size_t blank = firstBlankOrTab(text);
         spans.key = text.substr(0, blank);
         if (blank != std::string_view::npos) spans.value = trimmedWhiteSpace(text.substr(blank));
     }

@@ -14,7 +14,11 @@ namespace {
 
 // Whether a name may make a key path text read differently from its
 // structure: one holding "[", "]" or '"' can alias other paths.
-bool plainName(std::string_view name) { return name.find_first_of("[]\"") == std::string_view::npos; }
+bool plainName(std::string_view name) {
+    for (char c : name)
+        if (c == '[' || c == ']' || c == '"') return false;
+    return true;
+}
 
 // The decimal digits of a list position or line number.
 std::string_view positionDigits(int32_t position, char (&digits)[16]) {
@@ -33,7 +37,18 @@ size_t feedComponent(PathHash &hash, const ParsedFile &file, const FileEntry &en
         return text.size() + 2;
     }
     std::string_view name = file.key(entry);
-    hash.feedNamed(name);
+    // Short names go in as one piece with their brackets and quotes.
+    char component[64];
+    if (name.size() + 4 <= sizeof component) {
+        component[0] = '[';
+        component[1] = '"';
+        std::memcpy(component + 2, name.data(), name.size());
+        component[name.size() + 2] = '"';
+        component[name.size() + 3] = ']';
+        hash.feed(std::string_view(component, name.size() + 4));
+    } else {
+        hash.feedNamed(name);
+    }
     return name.size() + 4;
 }
 
@@ -116,7 +131,7 @@ void Store::registerConstraints(const ParsedFile &file) {
     bool any = false;
     for (const FileEntry &entry : file.entries()) {
         if (entry.kind == EntryKind::Note) continue;
-        std::string_view text = file.constraints(entry);
+        std::string_view text = entry.constraints_size == 0 ? std::string_view() : file.constraints(entry);
         if (any && text == last) continue;
         last = text;
         any = true;

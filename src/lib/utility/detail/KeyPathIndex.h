@@ -26,12 +26,13 @@ public:
         size_t i = 0;
         length += bytes.size();
         if (pending_bytes != 0) {
-            while (pending_bytes < 8 && i < bytes.size()) takeByte(bytes[i++]);
+            i = std::min<size_t>(8 - pending_bytes, bytes.size());
+            take(bytes.data(), i);
             if (pending_bytes < 8) return;
             mixWord(pending);
         }
         for (; i + 8 <= bytes.size(); i += 8) mixWord(loadWord(bytes.data() + i));
-        while (i < bytes.size()) takeByte(bytes[i++]);
+        take(bytes.data() + i, bytes.size() - i);
     }
     // Feeds the component ["name"], as KeyPath.h writes it.
     void feedNamed(std::string_view name) {
@@ -50,7 +51,14 @@ public:
     }
 
 private:
-    void takeByte(char c) { pending |= uint64_t{static_cast<unsigned char>(c)} << (8 * pending_bytes++); }
+    // Appends `count` (below 8 - pending_bytes) bytes to the pending word.
+    void take(const char *at, size_t count) {
+        if (count == 0) return;
+        char bytes[8] = {};
+        std::memcpy(bytes, at, count);
+        pending |= loadWord(bytes) << (8 * pending_bytes);
+        pending_bytes += static_cast<unsigned>(count);
+    }
     void mixWord(uint64_t word) {
         state = ((state ^ (word * 0x9E3779B97F4A7C15ULL)) << 31 | (state ^ (word * 0x9E3779B97F4A7C15ULL)) >> 33) *
                 0xBF58476D1CE4E5B9ULL;
@@ -68,7 +76,7 @@ private:
     }
 
     uint64_t state = 0x243F6A8885A308D3ULL;
-    uint64_t pending = 0;  // bytes not yet mixed, the first in the lowest bits
+    uint64_t pending = 0;  // the bytes not yet mixed, the first in the lowest bits
     uint64_t length = 0;
     unsigned pending_bytes = 0;
 };
