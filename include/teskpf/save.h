@@ -1,0 +1,47 @@
+// Saving a file safely, and locking it for a read-modify-write.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace teskpf {
+
+// Replaces the content of `path` atomically: writes a hidden temporary file
+// next to the target, gives it the target's owner, group, extended attributes
+// (ACLs included) and mode, flushes it to disk, renames it over the target and
+// flushes the directory. A symbolic link is followed (except one another user
+// could have planted in a sticky world-writable directory); a new file gets
+// what open(path, 0666) would give it. Refuses a target that is read-only, not
+// a regular file, has several hard links, is a dangling link, or whose owner
+// and group the new file cannot keep. On any failure nothing changes and no
+// temporary file is left; throws IoError "cannot write 'PATH': REASON".
+void saveFile(const std::string &path, std::string_view content);
+
+// Removes the temporary files that saves are writing at this moment. Async-
+// signal-safe: meant for a SIGINT/SIGTERM/SIGHUP handler of the application
+// (the library installs none). A save interrupted this way fails afterwards
+// if it goes on. Never fails.
+void removeTempFilesOnSignal() noexcept;
+
+// An advisory exclusive lock (flock) on one file, for read-modify-write: hold
+// it from before reading until after saveFile. Every process that edits the
+// file must take it. Because a save replaces the file, the lock re-checks
+// after acquiring that `path` still names the locked file and, if not, locks
+// the new one instead. Released when the object goes away.
+class FileLock {
+public:
+    // Blocks until the lock is held; throws IoError when `path` cannot be
+    // opened for reading or is not a regular file.
+    explicit FileLock(const std::string &path);
+    ~FileLock();
+    FileLock(FileLock &&other) noexcept;
+    // Releases the lock held, then takes over `other`'s.
+    FileLock &operator=(FileLock &&other) noexcept;
+    FileLock(const FileLock &) = delete;
+    FileLock &operator=(const FileLock &) = delete;
+
+private:
+    int fd_;  // the locked open file; -1 once moved from
+};
+
+}  // namespace teskpf
