@@ -28,7 +28,8 @@ Command fmtCommand() {
             "of indentation per level, key, tab, value, tab, comment, with the\n"
             "annotations put back in front of their comments and \"#\" in values\n"
             "escaped. A pf_revision_time line gets the current time. With -o the\n"
-            "text is written atomically to FILE (\".pf\" appended when missing).\n",
+            "text is saved atomically to exactly FILE, which keeps its owner, group,\n"
+            "mode and extended attributes.\n",
             {{{"-o", true}}, {"NAME"}, 1, false},
             runFmt,
             "teskpf fmt station.pf -o station-tidy.pf"};

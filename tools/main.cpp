@@ -1,5 +1,6 @@
 // teskpf: command-line access to parameter files. Dispatches to the
 // subcommands and turns every error into a message and an exit code.
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -7,11 +8,36 @@
 
 #include "command.h"
 #include "help.h"
+#include "teskpf/save.h"
 #include "tool_error.h"
 
 using namespace teskpf_tool;
 
 namespace {
+
+constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+// Removes the temporary file of a save in progress, then lets the signal end
+// the tool as it would have: SA_RESETHAND has restored the default action,
+// and the raised signal arrives as soon as the handler returns.
+void removeTempFilesAndEnd(int signal) {
+    teskpf::removeTempFilesOnSignal();
+    std::raise(signal);
+}
+
+void removeTempFilesOnEndingSignals() {
+    struct sigaction action {};
+    action.sa_handler = removeTempFilesAndEnd;
+    action.sa_flags = SA_RESETHAND;
+    sigemptyset(&action.sa_mask);
+    for (int signal : kEndingSignals) sigaddset(&action.sa_mask, signal);
+    for (int signal : kEndingSignals) {
+        struct sigaction current {};
+        // A signal ignored by whoever started the tool (nohup) stays ignored.
+        if (sigaction(signal, nullptr, &current) == 0 && current.sa_handler != SIG_IGN)
+            sigaction(signal, &action, nullptr);
+    }
+}
 
 int dispatch(const std::vector<std::string> &args) {
     if (args.empty()) throw UsageError("missing command");
@@ -37,6 +63,7 @@ int dispatch(const std::vector<std::string> &args) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    removeTempFilesOnEndingSignals();
     const std::vector<std::string> args(argv + 1, argv + argc);
     int status = runReportingErrors([&] { return dispatch(args); });
     // Output that never arrived (a full disk, a closed pipe) is an error too.

@@ -4,6 +4,7 @@
 
 #include "FileSearch.h"
 #include "HomeDirectory.h"
+#include "teskpf/save.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
@@ -27,16 +28,27 @@ TeskPf loadParameterFile(const std::string &name) {
 
 std::string sourceFile(const std::string &source) { return source.substr(0, source.rfind(':')); }
 
-std::string writeParameterFile(const TeskPf &pf, const std::string &file) {
+namespace {
+
+// The library writes nothing for a handle without entries; say so instead.
+void requireEntries(const TeskPf &pf, const std::string &file) {
     if (pf.size() == 0) throw ToolError("nothing to write to '" + file + "': there are no entries", kExitError);
+}
+
+}  // namespace
+
+std::string writeParameterFile(const TeskPf &pf, const std::string &file) {
+    requireEntries(pf, file);
     std::string written = file;
     pf.write(written);
     return written;
 }
 
 void writeToOutput(const TeskPf &pf, const std::string &file) {
-    std::string written = writeParameterFile(pf, file);
-    if (written != file) printError("note: wrote '" + written + "'");
+    requireEntries(pf, file);
+    std::string name = file;
+    teskpf::expandHome(name);
+    teskpf::saveFile(name, pf.getPfString());
 }
 
 }  // namespace teskpf_tool

@@ -30,8 +30,9 @@ std::string sourceFile(const std::string &source);
 // would then write nothing.
 std::string writeParameterFile(const TeskPf &pf, const std::string &file);
 
-// writeParameterFile to a file named by the user with -o; a note on stderr
-// says so when the library wrote it under another name.
+// Saves the handle's text to exactly the file named by the user with -o (a
+// leading "~" expanded) with teskpf::saveFile, which throws teskpf::IoError
+// when it cannot. Throws ToolError (exit 2) when the handle has no entries.
 void writeToOutput(const TeskPf &pf, const std::string &file);
 
 }  // namespace teskpf_tool

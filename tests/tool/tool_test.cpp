@@ -99,7 +99,7 @@ TEST_F(Tool, CommandsReadingFiles) {
 TEST_F(Tool, CommandsWritingFiles) {
     const std::string formatted = run({"fmt", "good"});
     EXPECT_EQ(formatted.rfind("0|# station\nname\tKBS1\t#<str> code\n", 0), 0u) << formatted;  // regenerated
-    EXPECT_EQ(run({"set", "good", "name", "KBS9", "-o", "copy"}), "0||teskpf: note: wrote 'copy.pf'\n");
+    EXPECT_EQ(run({"set", "good", "name", "KBS9", "-o", "copy"}), "0||");  // exactly "copy", no suffix added
     EXPECT_EQ(run({"get", "copy", "name"}), "0|KBS9\n|");
     EXPECT_EQ(get("good.pf"), kGood);  // -o leaves the source alone
     // Without -o only the value's bytes change, escaped.
@@ -111,7 +111,7 @@ TEST_F(Tool, CommandsWritingFiles) {
     EXPECT_EQ(run({"set", "good", "[\"chan\"][1][\"gain\"]", "-3 1"}), "0||");  // a value, not an option
     EXPECT_EQ(run({"get", "good", "[\"chan\"][1][\"gain\"]"}), "0|-3 1\n|");
     EXPECT_EQ(run({"set", "good", "name", "X", "-o", "no/such/dir/out.pf"}),
-              "2||teskpf: TeskPf::write: cannot write 'no/such/dir/out.pf': No such file or directory\n");
+              "2||teskpf: cannot write 'no/such/dir/out.pf': No such file or directory\n");
     dir.write("empty.pf", "");
     EXPECT_EQ(run({"fmt", "empty", "-o", "out.pf"}), "2||teskpf: nothing to write to 'out.pf': there are no entries\n");
     // With layered files, set rewrites the one that supplied the key.
