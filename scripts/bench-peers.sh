@@ -7,7 +7,7 @@
 # JOBS sets the build's parallelism (default 2).
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
-build="$root/build-peers"
+build="${BUILD_DIR:-$root/build-peers}"  # BUILD_DIR: a build directory of your own
 # shellcheck source=bench/release_build.sh source-path=SCRIPTDIR/..
 source "$root/bench/release_build.sh"
 

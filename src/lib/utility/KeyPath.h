@@ -20,6 +20,35 @@ inline void appendListComponent(std::string &path, long position) {
     path.append("[").append(digits, static_cast<size_t>(end - digits)).append("]");
 }
 
+// The sizes of the two components, and writers that put one right before
+// `end` and return where it starts: a path can be built from its last
+// component back, at its exact size.
+inline size_t namedComponentSize(std::string_view name) { return name.size() + 4; }
+
+inline size_t listComponentSize(long position) {
+    size_t digits = position < 0 ? 2 : 1;
+    for (long rest = position; rest >= 10 || rest <= -10; rest /= 10) ++digits;
+    return digits + 2;
+}
+
+inline char *writeNamedComponentBefore(char *end, std::string_view name) {
+    char *begin = end - namedComponentSize(name);
+    begin[0] = '[';
+    begin[1] = '"';
+    name.copy(begin + 2, name.size());
+    end[-2] = '"';
+    end[-1] = ']';
+    return begin;
+}
+
+inline char *writeListComponentBefore(char *end, long position) {
+    char *begin = end - listComponentSize(position);
+    begin[0] = '[';
+    std::to_chars(begin + 1, end - 1, position);
+    end[-1] = ']';
+    return begin;
+}
+
 // The key path of the block that directly contains the entry `key`:
 // ["a"]["b"] for ["a"]["b"][0]. Empty for a top-level key (["k"]), which has
 // no enclosing block, and for text without "[".

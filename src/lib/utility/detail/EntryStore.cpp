@@ -20,36 +20,33 @@ bool plainName(std::string_view name) {
     return true;
 }
 
-// The decimal digits of a list position or line number.
-std::string_view positionDigits(int32_t position, char (&digits)[16]) {
-    char *end = std::to_chars(digits, digits + sizeof digits, position).ptr;
+// The decimal digits of a line number.
+std::string_view lineDigits(uint32_t line, char (&digits)[16]) {
+    char *end = std::to_chars(digits, digits + sizeof digits, line).ptr;
     return std::string_view(digits, static_cast<size_t>(end - digits));
 }
 
-// Feeds entry `at`'s component into `hash` and returns the component's length.
-size_t feedComponent(PathHash &hash, const ParsedFile &file, const FileEntry &entry) {
-    if (entry.position >= 0) {
-        char digits[16];
-        std::string_view text = positionDigits(entry.position, digits);
-        hash.feed("[");
-        hash.feed(text);
-        hash.feed("]");
-        return text.size() + 2;
-    }
+// Entry `entry`'s key path component, written into `buffer` when it fits:
+// ["name"] or [position]. Empty when it does not fit.
+std::string_view componentText(const ParsedFile &file, const FileEntry &entry, char (&buffer)[64]) {
+    char *end = buffer + sizeof buffer;
+    if (entry.position >= 0)
+        return std::string_view(writeListComponentBefore(end, entry.position), listComponentSize(entry.position));
     std::string_view name = file.key(entry);
-    // Short names go in as one piece with their brackets and quotes.
-    char component[64];
-    if (name.size() + 4 <= sizeof component) {
-        component[0] = '[';
-        component[1] = '"';
-        std::memcpy(component + 2, name.data(), name.size());
-        component[name.size() + 2] = '"';
-        component[name.size() + 3] = ']';
-        hash.feed(std::string_view(component, name.size() + 4));
-    } else {
-        hash.feedNamed(name);
+    if (namedComponentSize(name) > sizeof buffer) return {};
+    return std::string_view(writeNamedComponentBefore(end, name), namedComponentSize(name));
+}
+
+// Feeds entry `entry`'s component into `hash` and returns its length.
+size_t feedComponent(PathHash &hash, const ParsedFile &file, const FileEntry &entry) {
+    char buffer[64];
+    std::string_view component = componentText(file, entry, buffer);
+    if (!component.empty()) {
+        hash.feed(component);
+        return component.size();
     }
-    return name.size() + 4;
+    hash.feedNamed(file.key(entry));  // a long name, in pieces
+    return namedComponentSize(file.key(entry));
 }
 
 }  // namespace
@@ -252,32 +249,25 @@ uint64_t Store::hashOf(StoredEntry at) const {
 }
 
 bool Store::pathEquals(StoredEntry at, std::string_view key) const {
-    // From the last component back, each compared in place: the brackets and
-    // quotes byte by byte, the name or digits at once.
+    // From the last component back, each compared with the end of the text.
     const ParsedFile &file = files[at.file];
-    const char *begin = key.data();
-    const char *end = begin + key.size();
+    std::string_view rest = key;
     for (int32_t x = static_cast<int32_t>(at.entry); x >= 0;) {
         const FileEntry &entry = file.entries()[static_cast<size_t>(x)];
-        std::string_view inner;
-        char digits[16];
-        size_t quote = 0;  // 1 for a named component
-        if (entry.position >= 0) {
-            inner = positionDigits(entry.position, digits);
-        } else {
-            inner = file.key(entry);
-            quote = 1;
+        char buffer[64];
+        std::string_view component = componentText(file, entry, buffer);
+        std::string long_component;
+        if (component.empty()) {
+            appendNamedComponent(long_component, file.key(entry));
+            component = long_component;
         }
-        const size_t size = inner.size() + 2 + 2 * quote;
-        if (static_cast<size_t>(end - begin) < size) return false;
-        const char *component = end - size;
-        if (component[0] != '[' || end[-1] != ']') return false;
-        if (quote != 0 && (component[1] != '"' || end[-2] != '"')) return false;
-        if (std::memcmp(component + 1 + quote, inner.data(), inner.size()) != 0) return false;
-        end = component;
+        if (rest.size() < component.size() ||
+            std::memcmp(rest.data() + rest.size() - component.size(), component.data(), component.size()) != 0)
+            return false;
+        rest.remove_suffix(component.size());
         x = entry.parent;
     }
-    return end == begin;
+    return rest.empty();
 }
 
 bool Store::samePath(StoredEntry a, StoredEntry b) const {
@@ -317,7 +307,7 @@ bool Store::nameHasBracket(size_t index) const {
 
 std::string Store::source(size_t index) const {
     char digits[16];
-    std::string_view line = positionDigits(static_cast<int32_t>(entryOf(index).line), digits);
+    std::string_view line = lineDigits(entryOf(index).line, digits);
     const std::string &name = fileOf(index).name();
     std::string source;
     source.reserve(name.size() + 1 + line.size());

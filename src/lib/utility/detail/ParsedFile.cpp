@@ -163,10 +163,7 @@ void ParsedFile::appendComponent(std::string &path, size_t index) const {
 }
 
 size_t ParsedFile::componentSize(const FileEntry &entry) const {
-    if (entry.position < 0) return entry.key.size + 4;  // ["name"]
-    size_t digits = 1;
-    for (int32_t rest = entry.position; rest >= 10; rest /= 10) ++digits;
-    return digits + 2;  // [n]
+    return entry.position >= 0 ? listComponentSize(entry.position) : namedComponentSize(key(entry));
 }
 
 std::string ParsedFile::keyPath(size_t index) const {
@@ -177,12 +174,11 @@ std::string ParsedFile::keyPath(size_t index) const {
     for (int32_t at = static_cast<int32_t>(index); at >= 0; at = entries_[static_cast<size_t>(at)].parent)
         size += componentSize(entries_[static_cast<size_t>(at)]);
     std::string path(size, '\0');
-    std::string component;
+    char *end = path.data() + size;
     for (int32_t at = static_cast<int32_t>(index); at >= 0; at = entries_[static_cast<size_t>(at)].parent) {
-        component.clear();
-        appendComponent(component, static_cast<size_t>(at));
-        size -= component.size();
-        path.replace(size, component.size(), component);
+        const FileEntry &entry = entries_[static_cast<size_t>(at)];
+        end = entry.position >= 0 ? writeListComponentBefore(end, entry.position)
+                                  : writeNamedComponentBefore(end, key(entry));
     }
     return path;
 }
