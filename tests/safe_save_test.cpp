@@ -34,10 +34,14 @@ namespace {
 const uid_t kNobody = getpwnam("nobody")->pw_uid;
 const gid_t kNogroup = getgrnam("nogroup")->gr_gid;
 
-// "ok", or the message of what `action` threw.
+// "ok", or the message of what `action` threw; for an IoError followed by
+// its code, e.g. " [EACCES]".
 std::string outcome(const std::function<void()> &action) {
     try {
         action();
+    } catch (const teskpf::IoError &error) {
+        const char *code = strerrorname_np(error.code().value());
+        return std::string(error.what()) + " [" + (code ? code : "?") + "]";
     } catch (const std::exception &error) {
         return error.what();
     } catch (const std::string &message) {
@@ -177,10 +181,12 @@ TEST_F(SafeSave, RefusesWhatAUserMustNotChange) {
         const char *reason;
     };
     const Case cases[] = {
-        {"open/roots.pf", 0, 0, 0666, "its owner and group (0:0) cannot be kept: Operation not permitted"},
-        {"open/group.pf", kNobody, 0, 0666, "its owner and group (65534:0) cannot be kept: Operation not permitted"},
-        {"mine/readonly.pf", kNobody, kNogroup, 0444, "it is read-only (mode 0444)"},
-        {"open/others.pf", 0, 0, 0644, "it is read-only (mode 0644)"},
+        {"open/roots.pf", 0, 0, 0666, "its owner and group (0:0) cannot be kept: Operation not permitted [EPERM]"},
+        {"open/group.pf", kNobody, 0, 0666,
+         "its owner and group (65534:0) cannot be kept: Operation not permitted [EPERM]"},
+        {"mine/readonly.pf", kNobody, kNogroup, 0444, "it is read-only (mode 0444) [EACCES]"},
+        {"open/others.pf", 0, 0, 0644, "it is read-only (mode 0644) [EACCES]"},
+        {"mine/writeonly.pf", kNobody, kNogroup, 0200, "Permission denied [EACCES]"},  // attributes unreadable
     };
     for (const Case &c : cases) {
         const std::string path = at(c.name);
@@ -196,7 +202,7 @@ TEST_F(SafeSave, RefusesWhatAUserMustNotChange) {
 // read-only; the classic write reports it in its own form.
 TEST_F(SafeSave, ReadOnlyForRootToo) {
     makeFile(at("ro.pf"), "old", 0444);
-    EXPECT_EQ(save(at("ro.pf"), "new"), "cannot write '" + at("ro.pf") + "': it is read-only (mode 0444)");
+    EXPECT_EQ(save(at("ro.pf"), "new"), "cannot write '" + at("ro.pf") + "': it is read-only (mode 0444) [EACCES]");
     TeskPf pf(dir.write("src.pf", "a 1\n"), 0);
     std::string name = at("ro");
     EXPECT_EQ(thrown([&] { pf.write(name); }),
@@ -222,16 +228,18 @@ TEST_F(SafeSave, RefusesTargetsItWouldDamage) {
     ASSERT_EQ(symlink("fifo", at("to-fifo").c_str()), 0);
 
     const std::pair<std::string, std::string> cases[] = {
-        {"linked.pf", "it has 2 hard links; saving would give this name a new file and split it from the others"},
-        {"fifo", "it is a FIFO, not a regular file"},
-        {"null", "it is a character device, not a regular file"},
-        {"socket", "it is a socket, not a regular file"},
-        {"dir", "it is a directory"},
-        {"dir/", "it is a directory"},
-        {"to-fifo", "'" + dir.path() + "/fifo' is a FIFO, not a regular file"},
-        {"dangling", "the symbolic link '" + at("dangling") + "' points to '" + at("nowhere") + "', which does not exist"},
-        {"loop-a", "Too many levels of symbolic links"},
-        {"no/such/dir/f.pf", "No such file or directory"},
+        {"linked.pf",
+         "it has 2 hard links; saving would give this name a new file and split it from the others [EMLINK]"},
+        {"fifo", "it is a FIFO, not a regular file [EINVAL]"},
+        {"null", "it is a character device, not a regular file [EINVAL]"},
+        {"socket", "it is a socket, not a regular file [EINVAL]"},
+        {"dir", "it is a directory [EISDIR]"},
+        {"dir/", "it is a directory [EISDIR]"},
+        {"to-fifo", "'" + dir.path() + "/fifo' is a FIFO, not a regular file [EINVAL]"},
+        {"dangling",
+         "the symbolic link '" + at("dangling") + "' points to '" + at("nowhere") + "', which does not exist [ENOENT]"},
+        {"loop-a", "Too many levels of symbolic links [ELOOP]"},
+        {"no/such/dir/f.pf", "No such file or directory [ENOENT]"},
     };
     for (const auto &[name, reason] : cases) {
         struct stat before {}, after {};
@@ -287,7 +295,7 @@ TEST_F(SafeSave, FollowsOnlyTrustedSymbolicLinks) {
         } else {
             EXPECT_EQ(result, "cannot write '" + path + "': not following the symbolic link '" + link +
                                   "': it is in a sticky world-writable directory and belongs to neither the "
-                                  "directory's owner nor you");
+                                  "directory's owner nor you [EACCES]");
         }
         EXPECT_EQ(readText(at("data/real.pf")), c.followed ? "new" : "old") << c.link;
         EXPECT_EQ(fs::read_symlink(link).string(), text);
@@ -368,7 +376,7 @@ TEST_F(SafeSave, FailuresLeaveTheTargetIntact) {
         signal(SIGXFSZ, SIG_IGN);
         teskpf::saveFile(at("f.pf"), std::string(1 << 20, 'x'));
     });
-    EXPECT_EQ(full, "cannot write '" + at("f.pf") + "': File too large");
+    EXPECT_EQ(full, "cannot write '" + at("f.pf") + "': File too large [EFBIG]");
     EXPECT_EQ(readText(at("f.pf")), "old");
 
     makeDir(at("locked"), 0755, kNobody);
@@ -376,7 +384,7 @@ TEST_F(SafeSave, FailuresLeaveTheTargetIntact) {
     chmod(at("locked").c_str(), 0555);
     EXPECT_EQ(asNobody([&] { teskpf::saveFile(at("locked/f.pf"), "new"); }),
               "cannot write '" + at("locked/f.pf") + "': cannot create a temporary file in its directory: "
-              "Permission denied");
+              "Permission denied [EACCES]");
     EXPECT_EQ(readText(at("locked/f.pf")), "old");
 }
 
@@ -387,10 +395,14 @@ TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
     std::string big;  // large enough that writing it takes a while
     for (int i = 0; i < 200000; ++i) big += "key" + std::to_string(i) + " a value of some length\n";
     dir.write("big.pf", big);
-    for (int sig : {SIGINT, SIGTERM, SIGHUP}) {
+    // A signal ignored when the tool starts (nohup) stays ignored: the save
+    // goes on.
+    const std::pair<int, bool> cases[] = {{SIGINT, false}, {SIGTERM, false}, {SIGHUP, false}, {SIGHUP, true}};
+    for (const auto &[sig, ignored] : cases) {
         makeFile(at("out.conf"), "old\n", 0644);
         pid_t pid = fork();
         if (pid == 0) {
+            if (ignored) signal(sig, SIG_IGN);
             if (chdir(dir.path().c_str()) != 0) _exit(127);
             execl(TESKPF_TOOL, TESKPF_TOOL, "fmt", "big", "-o", "out.conf", static_cast<char *>(nullptr));
             _exit(127);
@@ -407,9 +419,10 @@ TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
         }
         ASSERT_TRUE(signalled) << "the tool ended before it could be signalled";
         waitpid(pid, &status, 0);
-        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == sig) << status;
+        EXPECT_TRUE(ignored ? WIFEXITED(status) && WEXITSTATUS(status) == 0 : WIFSIGNALED(status) && WTERMSIG(status) == sig)
+            << status;
         EXPECT_EQ(tempFiles(dir.path()), Rows{});
-        EXPECT_EQ(readText(at("out.conf")), "old\n");
+        EXPECT_EQ(readText(at("out.conf")).size(), ignored ? big.size() : 4);  // the new text, or the old
     }
 }
 #endif
@@ -481,9 +494,9 @@ TEST_F(SafeSave, LockSerializesReadModifyWrite) {
 TEST_F(SafeSave, LockRefusesWhatItCannotLock) {
     ASSERT_EQ(mkfifo(at("fifo").c_str(), 0644), 0);
     const std::pair<std::string, std::string> cases[] = {
-        {"missing", "No such file or directory"},
-        {"fifo", "not a regular file"},  // without waiting for a writer
-        {"", "not a regular file"},  // the directory itself
+        {"missing", "No such file or directory [ENOENT]"},
+        {"fifo", "not a regular file [EINVAL]"},  // without waiting for a writer
+        {"", "not a regular file [EISDIR]"},      // the directory itself
     };
     for (const auto &[name, reason] : cases)
         EXPECT_EQ(outcome([&] { teskpf::FileLock lock(at(name)); }), "cannot lock '" + at(name) + "': " + reason);
