@@ -18,17 +18,20 @@ install(TARGETS teskpf
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
-# TeskPf.h includes KeyIndex.h (with EntryList.h), Array.h, Table.h and pf_compile.h (which
-# includes pf_tbl.h); the other platform headers come along for pffiles & co.
+# The modern headers go to include/teskpf/ (#include <teskpf/teskpf.h>). The
+# classic class and what it includes (the containers, the platform headers
+# for pffiles & co.) go to include/teskpf/classic/, which is on consumers'
+# include path too, so that #include <TeskPf.h> keeps working.
 file(GLOB teskpf_platform_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/pf_*.h)
 install(FILES
   ${PROJECT_SOURCE_DIR}/include/Table.h
   ${PROJECT_SOURCE_DIR}/include/Array.h
   ${PROJECT_SOURCE_DIR}/src/lib/utility/TeskPf.h
-  ${PROJECT_SOURCE_DIR}/src/lib/utility/KeyIndex.h
-  ${PROJECT_SOURCE_DIR}/src/lib/utility/EntryList.h
   ${teskpf_platform_headers}
-  DESTINATION ${TESKPF_INSTALL_INCLUDEDIR})
+  DESTINATION ${TESKPF_INSTALL_INCLUDEDIR}/classic)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/teskpf/
+  DESTINATION ${TESKPF_INSTALL_INCLUDEDIR}
+  FILES_MATCHING PATTERN "*.h")
 
 if(TARGET teskpf-tool)
   # A shared library is found next to the installed tool, wherever the

@@ -48,6 +48,8 @@ check_installed() {
   cmake --build "$dir/consumer" -j "$jobs"
   "$dir/consumer/consumer" "$root/examples/station.pf" "$dir/cmake-edited.pf"
   "$prefix/bin/teskpf" get "$dir/cmake-edited.pf" '["digitizer"]["sample_rate"]' --check
+  cp -r "$root/examples" "$dir/examples"
+  (cd "$dir/examples" && PFPATH="$dir/examples:$dir/examples/site-override" "$dir/consumer/modern-consumer")
 
   step "$variant: pkg-config consumer"
   local pc_dir
@@ -59,6 +61,7 @@ check_installed() {
   # shellcheck disable=SC2086  # the flags are meant to split into words
   c++ -std=c++17 "$root/examples/read_edit_write.cpp" $flags -o "$dir/pkgconfig-consumer"
   "$dir/pkgconfig-consumer" "$root/examples/station.pf" "$dir/pkgconfig-edited.pf"
+  c++ -std=c++17 "$root/examples/modern_api.cpp" $flags -o "$dir/pkgconfig-modern-consumer"
   "$prefix/bin/teskpf" check "$dir/pkgconfig-edited.pf"
 }
 
