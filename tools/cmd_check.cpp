@@ -48,8 +48,12 @@ std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, size_t &fi
         ++files;
         return teskpf::checkFile(arg);
     }
+    const size_t layers = teskpf::parameterFiles(arg).size();
+    if (layers == 0)
+        throw ToolError("no parameter file named '" + arg + "' (searched PFPATH=" + teskpf::searchPath() + ")",
+                        kExitError);
     std::vector<teskpf::Diagnostic> found = teskpf::checkName(arg);
-    files += teskpf::parameterFiles(arg).size();
+    files += layers;
     return found;
 }
 

@@ -17,9 +17,12 @@ using namespace test_support;
 const char kGood[] = "# station\nname KBS1 #<str> code\nnote a\\#b\nchan &Tbl{ #<str>(HHZ HHN)\n  HHZ\n  &Arr{\n"
                      "    gain 1 2.5 #<int> <float>\n  }\n}\n";
 const char kBrokenReport[] =
-    "./broken.pf:0: [\"rate\"]: fast does not satisfy <float>\n./broken.pf:1: [\"odd\"]: cannot parse constraints "
-    "'<bogus>'\n./broken.pf:3: [\"chan\"][0]: BHZ does not satisfy <str>(HHZ HHN)\n./broken.pf:5: [\"pair\"]: 1 does "
-    "not satisfy <int> <float>\n";
+    "./broken.pf:1:6: error: value 'fast' does not satisfy '<float>'; change the value or the annotation "
+    "[value-mismatch]\n./broken.pf:2:8: error: annotation '<bogus>' does not parse, so the value is not checked: the "
+    "types are <str>, <int>, <float>, <color>, <font> and <regex> in lower case, with every '<' and '(' closed "
+    "[bad-annotation]\n./broken.pf:4:3: error: value 'BHZ' does not satisfy '<str>(HHZ HHN)' of its block "
+    "(./broken.pf:3); change the value or the annotation [value-mismatch]\n./broken.pf:6:6: error: value '1' does not "
+    "satisfy '<int> <float>'; change the value or the annotation [value-mismatch]\n";
 const std::string kNoFile = "teskpf: no parameter file named 'nope' (searched PFPATH=.)\n";
 
 class Tool : public ::testing::Test {
@@ -78,9 +81,10 @@ TEST_F(Tool, CommandsReadingFiles) {
         {{"get", "broken", "[\"chan\"][0]", "--check"}, "1|BHZ\n|teskpf: [\"chan\"][0]: BHZ does not satisfy <str>(HHZ HHN)\n"},
         {{"get", "broken", "odd", "--check"}, "0|7\n|"},  // unparsed: nothing to check
         {{"get", "good", "[\"chan\"][9]"}, "1||teskpf: no key [\"chan\"][9] in 'good'\n"},
-        {{"check", "good"}, "0||"},
-        {{"check", "good", "broken"}, std::string("1|") + kBrokenReport + "|"},
-        {{"check", "nope", "broken"}, std::string("2|") + kBrokenReport + "|" + kNoFile},  // goes on after an error
+        {{"check", "good"}, "0||0 errors, 0 warnings in 1 file\n"},
+        {{"check", "good", "broken"}, std::string("1|") + kBrokenReport + "|4 errors, 0 warnings in 2 files\n"},
+        {{"check", "nope", "broken"},  // goes on after an error
+         std::string("2|") + kBrokenReport + "|" + kNoFile + "4 errors, 0 warnings in 1 file\n"},
         {{"keys", "good"}, "0|[\"name\"]\n[\"note\"]\n[\"chan\"]\n[\"chan\"][0]\n[\"chan\"][1]\n[\"chan\"][1][\"gain\"]\n|"},
         {{"keys", "good", "--perl"}, "0|{name}\n{note}\n{chan}\n{chan}[0]\n{chan}[1]\n{chan}[1]{gain}\n|"},
         {{"keys", "good", "--table"}, "0|\"name\"\n\"note\"\n\"chan\"\n\"chan\"\t0\n\"chan\"\t1\n\"chan\"\t1\t\"gain\"\n|"},
