@@ -3,7 +3,10 @@
 // messages and entry records as text.
 #pragma once
 
+#include <pwd.h>
 #include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -81,6 +84,20 @@ struct PinnedClock {
 inline std::string readText(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Whether `check` holds for an unprivileged user: run as is, or, as root
+// (whom permissions do not bind), in a child process that has become
+// "nobody". False when root has no "nobody" to become.
+inline bool holdsUnprivileged(const std::function<bool()> &check) {
+    if (geteuid() != 0) return check();
+    const passwd *nobody = getpwnam("nobody");
+    if (!nobody) return false;
+    const pid_t child = fork();
+    if (child < 0) return false;
+    if (child == 0) _exit(setgid(nobody->pw_gid) == 0 && setuid(nobody->pw_uid) == 0 && check() ? 0 : 1);
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 // The message `action` throws as a std::string; "" when it throws nothing.
