@@ -1,13 +1,12 @@
 #!/usr/bin/env bash
-# Installs the Debian packages TeskPf needs: to build the library and the
-# tool, and with --dev also to run every test (GoogleTest, clang 14 for the
-# fuzzers, pybind11/pytest/venv for the Python package). Run as root.
+# Installs the Debian packages TeskPf needs: to build the library, the tool
+# and the Python package, and with --dev also to run every test (GoogleTest,
+# clang 14 for the fuzzers, pytest). Run as root.
 set -euo pipefail
-packages=(cmake make g++ pkg-config)
+packages=(cmake make g++ pkg-config
+          python3-pybind11 pybind11-dev python3-dev python3-setuptools python3-wheel python3-pip python3-venv)
 if [[ "${1:-}" == "--dev" ]]; then
-  packages+=(libgtest-dev libgmock-dev clang-14 libclang-rt-14-dev
-             python3-pybind11 pybind11-dev python3-dev python3-pytest python3-setuptools
-             python3-wheel python3-pip python3-venv)
+  packages+=(libgtest-dev libgmock-dev clang-14 libclang-rt-14-dev python3-pytest)
 elif [[ $# -gt 0 ]]; then
   echo "usage: scripts/setup.sh [--dev]" >&2
   exit 2
