@@ -201,3 +201,39 @@ INSTANTIATE_TEST_SUITE_P(Cases, LintData, ::testing::ValuesIn(lintCases()),
                                  if (!isalnum(static_cast<unsigned char>(ch))) ch = '_';
                              return name;
                          });
+
+// The examples: broken.pf reported in full, the clean files not at all.
+TEST(Lint, ExamplesDirectory) {
+    ToolRun run = runTool({"check", "examples"}, TESKPF_EXAMPLES_DIR "/..", "");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "9 errors, 0 warnings in 3 files\n");
+    for (const std::string &line : lines(run.out)) EXPECT_EQ(line.rfind("examples/broken.pf:", 0), 0u) << line;
+    EXPECT_EQ(lines(run.out).size(), 9u);
+    ToolRun json = runTool({"check", "--format", "json", "examples"}, TESKPF_EXAMPLES_DIR "/..", "");
+    EXPECT_EQ(Json(json.out).array().size(), 9u);
+    EXPECT_EQ(runTool({"check", "station"}, TESKPF_EXAMPLES_DIR, ".:site-override").status, 0);
+}
+
+// Bad usage and unreadable input exit 2; the other arguments are still checked.
+TEST(Lint, UsageAndUnreadableInput) {
+    EXPECT_EQ(runTool({"check", "--format", "yaml", "clean.pf"}, kLintDir, "").status, 2);
+    ToolRun missing = runTool({"check", "nope", "clean.pf"}, kLintDir, "");
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_EQ(missing.err, "teskpf: no parameter file named 'nope' (searched PFPATH=.)\n0 errors, 0 warnings in 1 file\n");
+}
+
+// explain: every layer's definition, the one in effect and the annotation
+// inherited from the definition it overrides, with 1-based lines.
+TEST(Lint, ExplainShowsLayersAndInheritedAnnotation) {
+    const std::string dir = kLintDir + "/override";
+    EXPECT_EQ(runTool({"explain", "override", "workers"}, dir, "base:site").out,
+              "[\"workers\"] in 'override' (PFPATH=base:site)\n"
+              "files, lowest precedence first: base/override.pf site/override.pf\n"
+              "  base/override.pf:1: 8  #<int>\n"
+              "* site/override.pf:2: lots\n"
+              "in effect: site/override.pf is the last file on the path that defines [\"workers\"]\n"
+              "checked against: <int> (base/override.pf:1)\n");
+    ToolRun replaced = runTool({"explain", "override", "[\"telemetry\"][\"host\"]"}, dir, "base:site");
+    EXPECT_NE(replaced.out.find("a later file on the path supplies [\"telemetry\"] as a whole"), std::string::npos);
+    EXPECT_EQ(runTool({"explain", "override", "nokey"}, dir, "base:site").status, 1);
+}
