@@ -8,14 +8,6 @@ namespace teskpf {
 
 std::string_view trimmed(std::string_view text) { return trimmedWhiteSpace(text.substr(0, text.find('\0'))); }
 
-std::string_view trimmedWhiteSpace(std::string_view text) {
-    size_t begin = 0;
-    size_t end = text.size();
-    while (begin < end && pf_isspace(static_cast<unsigned char>(text[begin]))) ++begin;
-    while (end > begin && pf_isspace(static_cast<unsigned char>(text[end - 1]))) --end;
-    return text.substr(begin, end - begin);
-}
-
 void trimInPlace(std::string &text) {
     std::string_view kept = trimmed(text);
     size_t offset = static_cast<size_t>(kept.data() - text.data());

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "pf_strtrim.h"
+
 namespace teskpf {
 
 // Where the parts of one line stand in the line itself: every view is a part
@@ -51,8 +53,15 @@ void lexLine(std::string_view line, bool in_list, LineFields &out);
 // Trimming as the platform's strtrim does it: the text is cut at its first
 // NUL character, then white space is removed at both ends.
 std::string_view trimmed(std::string_view text);
-// White space removed at both ends, NUL characters left alone.
-std::string_view trimmedWhiteSpace(std::string_view text);
+// White space removed at both ends, NUL characters left alone. Inline: the
+// line reader trims several parts of every line.
+inline std::string_view trimmedWhiteSpace(std::string_view text) {
+    size_t begin = 0;
+    size_t end = text.size();
+    while (begin < end && pf_isspace(static_cast<unsigned char>(text[begin]))) ++begin;
+    while (end > begin && pf_isspace(static_cast<unsigned char>(text[end - 1]))) --end;
+    return text.substr(begin, end - begin);
+}
 void trimInPlace(std::string &text);
 
 // Drops every backslash that stands right before a "#".

@@ -52,7 +52,7 @@ Table<Table<string>> TeskPf::getList() const {
     Table<Table<string>> list;
     if (!store) return list;
     list.reserve(store->size());
-    store->forEachWithPath([&](size_t i, std::string_view path) { list.push_back(entryRecord(static_cast<int>(i), path)); });
+    store->forEachWithPath([&](size_t i, std::string_view path) { list.push_back(entryRecord(static_cast<int>(i), string(path))); });
     return list;
 }
 
@@ -67,14 +67,14 @@ Table<string> TeskPf::getEntry(int index) const {
 
 // The record of entry `index`, whose key path is `path`; each field is built
 // once at its size.
-Table<string> TeskPf::entryRecord(int index, std::string_view path) const {
+Table<string> TeskPf::entryRecord(int index, string path) const {
     const size_t at = static_cast<size_t>(index);
     string buffer;
     Table<string> entry;
     entry.reserve(6);
     entry.push_back(store->source(at));
     entry.push_back(std::to_string(store->entryOf(at).level));
-    entry.push_back(string(path));
+    entry.push_back(std::move(path));
     entry.push_back(string(storedValue(index, buffer)));
     entry.push_back(string(storedComment(index, buffer)));
     entry.push_back(string(store->constraints(at)));

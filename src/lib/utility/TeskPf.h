@@ -152,7 +152,7 @@ private:
     // texts that are not stored as they are.
     std::string_view storedValue(int index, std::string &buffer) const;
     std::string_view storedComment(int index, std::string &buffer) const;
-    Table<std::string> entryRecord(int index, std::string_view key_path) const;
+    Table<std::string> entryRecord(int index, std::string key_path) const;
     bool validIndex(int index) const;
     static void replace(std::string &string, std::string from, std::string to);
 
