@@ -1,20 +1,58 @@
 #!/usr/bin/env bash
-# Builds the teskpf tool and runs it on the bundled station configuration.
+# The main job end to end: builds the teskpf tool and the Python package, then
+# checks, reads, explains and edits the bundled station configuration (a copy
+# of examples/, so the tree is never touched). Every command is printed so
+# that it can be pasted.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+root=$PWD
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j "$(nproc)" --target teskpf-tool >/dev/null
-teskpf="$PWD/build/tools/teskpf"
-cd examples
+export PATH="$root/build/tools:$PATH"
 
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp -r examples "$work/examples"
+cd "$work/examples"
+export PFPATH="$PWD:$PWD/site-override"
+
+# Prints a command as it would be typed, then runs it; a failing command
+# shows its exit status and the demo goes on.
 run() {
-    printf '\n$ teskpf %s\n' "$*"
-    "$teskpf" "$@" || printf '(exit status %d)\n' "$?"
+    printf '\n$'
+    printf ' %q' "$@"
+    printf '\n'
+    "$@" || printf '(exit status %d)\n' "$?"
 }
 
-run show station.pf '["digitizer"]["channels"][3]'
-run get station.pf '["digitizer"]["sample_rate"]' --check
-run check station.pf
-run check broken.pf
-printf '\n$ PFPATH=.:site-override teskpf files station\n'
-PFPATH=.:site-override "$teskpf" files station
+echo "# In a copy of examples/, with PFPATH=$PFPATH"
+run teskpf check station.pf
+run teskpf check broken.pf
+run teskpf get station '["telemetry"]["port"]' --check
+run teskpf explain station status
+cp station.pf station.before
+run teskpf set station '["digitizer"]["sample_rate"]' 200
+run diff station.before station.pf
+
+echo
+echo "# The same through Python"
+python=/usr/bin/python3
+if "$python" -c 'import pybind11' 2>/dev/null; then
+    venv="$work/venv"
+    "$python" -m venv --system-site-packages "$venv"
+    (cd "$root" && "$venv/bin/python" -m pip install --quiet --no-build-isolation --no-index .)
+    cat > demo.py <<'PY'
+import teskpf
+
+cfg = teskpf.load("station")
+rate = cfg.entry(("digitizer", "sample_rate"))
+print(f"sample_rate {rate.value} from {rate.file}:{rate.line}, ok: {rate.ok}")
+print("problems in broken.pf:", len(teskpf.check("broken.pf")))
+with teskpf.edit("station.pf") as ed:
+    ed.set(("digitizer", "sample_rate"), "250")
+print("now", teskpf.load("station")["digitizer"]["sample_rate"])
+PY
+    run "$venv/bin/python" demo.py
+else
+    echo "(skipped: $python cannot import pybind11; run scripts/setup.sh first)"
+fi
