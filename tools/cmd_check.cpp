@@ -84,7 +84,9 @@ int runCheck(const CommandLine &line) {
     }));
     const size_t warnings = all.size() - errors;
     std::cout.flush();
-    std::cerr << summaryLine(errors, warnings, files) << '\n';
+    // Nothing found after a read failed is no "ok": the error said it all.
+    const bool read_failed_only = all.empty() && status != kExitOk;
+    if (!line.has("-q") && !read_failed_only) std::cerr << summaryLine(errors, warnings, files) << '\n';
     if (errors > 0 || (warnings > 0 && line.has("--strict"))) status = std::max<int>(status, kExitFailed);
     return status;
 }
@@ -93,7 +95,7 @@ int runCheck(const CommandLine &line) {
 
 Command checkCommand() {
     return {"check",
-            "check [--format text|json|github] [--strict] NAME|FILE|DIR...",
+            "check [--format text|json|github] [--strict] [-q] NAME|FILE|DIR...",
             "lint parameter files: layout, annotations and values",
             "Reports what reading passes over silently (a stray '}', a block left\n"
             "open, text after a brace, a key defined twice, an annotation that does\n"
@@ -105,11 +107,13 @@ Command checkCommand() {
             "  NAME  every file of that name along PFPATH, layered\n"
             "Formats (--format): text (FILE:LINE:COLUMN: error|warning: MESSAGE\n"
             "[rule], 1-based), json (one array of objects) or github (workflow\n"
-            "annotations). A summary goes to standard error. Exit status 0 when\n"
+            "annotations). A summary goes to standard error (\"ok: N files, no\n"
+            "problems\" when clean; -q leaves it out). Exit status 0 when\n"
             "there is no error (and, with --strict, no warning), 1 when there is,\n"
             "2 for a usage error or a file that cannot be read.\n",
-            {{{"--format", true}, {"--strict", false}}, {"NAME"}, 1, true},
-            runCheck};
+            {{{"--format", true}, {"--strict", false}, {"-q", false}}, {"NAME"}, 1, true},
+            runCheck,
+            "teskpf check --format github config/"};
 }
 
 }  // namespace teskpf_tool

@@ -50,7 +50,8 @@ Command explainCommand() {
             "its own, its block's, or that of the lower-layer definition it\n"
             "overrides. Exit status 1 when no file defines KEY.\n",
             {{}, {"NAME", "KEY"}, 2, false},
-            runExplain};
+            runExplain,
+            "teskpf explain station '[\"telemetry\"][\"port\"]'"};
 }
 
 }  // namespace teskpf_tool

@@ -87,7 +87,8 @@ Command setCommand() {
             "exactly FILE instead, regenerated as 'teskpf fmt' writes them. A VALUE\n"
             "starting with \"-\" other than a number goes after \"--\".\n",
             {{{"--file", true}, {"--check", false}, {"-o", true}}, {"NAME", "KEY", "VALUE"}, 3, false},
-            runSet};
+            runSet,
+            "teskpf set station '[\"digitizer\"][\"sample_rate\"]' 200"};
 }
 
 }  // namespace teskpf_tool

@@ -38,7 +38,8 @@ Command unsetCommand() {
             "list move up one position. The file is locked while it is read, edited\n"
             "and saved atomically. A missing KEY gives exit status 1.\n",
             {{{"--file", true}}, {"NAME", "KEY"}, 2, false},
-            runUnset};
+            runUnset,
+            "teskpf unset --file site-override/station.pf station status"};
 }
 
 }  // namespace teskpf_tool

@@ -87,6 +87,7 @@ void printDiagnostics(const std::vector<teskpf::Diagnostic> &diagnostics, Output
 }
 
 std::string summaryLine(size_t errors, size_t warnings, size_t files) {
+    if (errors == 0 && warnings == 0) return "ok: " + plural(files, "file") + ", no problems";
     return plural(errors, "error") + ", " + plural(warnings, "warning") + " in " + plural(files, "file");
 }
 

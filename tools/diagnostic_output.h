@@ -16,7 +16,7 @@ enum class OutputFormat { Text, Json, Github };
 // whatever bytes the texts hold. Github: "::error file=...,line=...,col=...::MESSAGE".
 void printDiagnostics(const std::vector<teskpf::Diagnostic> &diagnostics, OutputFormat format, std::ostream &out);
 
-// "3 errors, 2 warnings in 4 files".
+// "3 errors, 2 warnings in 4 files", or "ok: 4 files, no problems".
 std::string summaryLine(size_t errors, size_t warnings, size_t files);
 
 // `text` as a JSON string literal: control bytes as \u00XX, each byte of

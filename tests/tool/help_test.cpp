@@ -79,7 +79,7 @@ TEST(Help, EndsWithAnExample) {
     const std::string page = output("help help"), last = "\n\nExample: teskpf help get\n";
     ASSERT_GT(page.size(), last.size());
     EXPECT_EQ(page.substr(page.size() - last.size()), last);
-    for (const char *name : {"show", "get", "fmt", "keys", "files"}) {
+    for (const char *name : {"show", "get", "check", "explain", "set", "unset", "fmt", "keys", "files"}) {
         const std::string text = output(std::string("help ") + name);
         const size_t last_line = text.rfind('\n', text.size() - 2);
         EXPECT_EQ(text.compare(last_line, 10, "\nExample: "), 0) << text;

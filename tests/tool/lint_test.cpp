@@ -219,7 +219,7 @@ TEST(Lint, UsageAndUnreadableInput) {
     EXPECT_EQ(runTool({"check", "--format", "yaml", "clean.pf"}, kLintDir, "").status, 2);
     ToolRun missing = runTool({"check", "nope", "clean.pf"}, kLintDir, "");
     EXPECT_EQ(missing.status, 2);
-    EXPECT_EQ(missing.err, "teskpf: no parameter file named 'nope' (searched PFPATH=.)\n0 errors, 0 warnings in 1 file\n");
+    EXPECT_EQ(missing.err, "teskpf: no parameter file named 'nope' (searched PFPATH=.)\n");
 }
 
 // explain: every layer's definition, the one in effect and the annotation

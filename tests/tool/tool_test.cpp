@@ -81,7 +81,7 @@ TEST_F(Tool, CommandsReadingFiles) {
         {{"get", "broken", "[\"chan\"][0]", "--check"}, "1|BHZ\n|teskpf: [\"chan\"][0]: BHZ does not satisfy <str>(HHZ HHN)\n"},
         {{"get", "broken", "odd", "--check"}, "0|7\n|"},  // unparsed: nothing to check
         {{"get", "good", "[\"chan\"][9]"}, "1||teskpf: no key [\"chan\"][9] in 'good'\n"},
-        {{"check", "good"}, "0||0 errors, 0 warnings in 1 file\n"},
+        {{"check", "good"}, "0||ok: 1 file, no problems\n"},
         {{"check", "good", "broken"}, std::string("1|") + kBrokenReport + "|4 errors, 0 warnings in 2 files\n"},
         {{"check", "nope", "broken"},  // goes on after an error
          std::string("2|") + kBrokenReport + "|" + kNoFile + "4 errors, 0 warnings in 1 file\n"},
