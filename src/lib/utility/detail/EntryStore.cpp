@@ -82,9 +82,9 @@ void Store::addFile(ParsedFile file, bool keep_notes, size_t &key_bytes, size_t 
     }
     const std::vector<FileEntry> &file_entries = files.back().entries();
     entries.reserve(file_entries.size());
-    index.reserve(file_entries.size());
+    key_index.reserve(file_entries.size());
     for (size_t i = 0; i < file_entries.size(); ++i) {
-        if (i + 8 < hashes.size()) index.prefetch(hashes[i + 8]);
+        if (i + 8 < hashes.size()) key_index.prefetch(hashes[i + 8]);
         const StoredEntry at{id, static_cast<uint32_t>(i)};
         if (file_entries[i].kind == EntryKind::Note) {
             last_note = static_cast<int32_t>(entries.size());
@@ -142,7 +142,7 @@ void Store::append(StoredEntry at, uint64_t hash) {
     const int32_t position = static_cast<int32_t>(entries.size());
     entries.push_back(at);
     const int32_t replaced =
-        index.insert(hash, position, [&](int32_t stored, int32_t) { return samePath(entries[static_cast<size_t>(stored)], at); });
+        key_index.insert(hash, position, [&](int32_t stored, int32_t) { return samePath(entries[static_cast<size_t>(stored)], at); });
     const FileEntry &entry = fileEntry(at);
     if (entry.parent < 0 && (replaced >= 0 || !plainName(files[at.file].key(entry)))) top_level_by_text = true;
 }
@@ -184,16 +184,16 @@ void Store::mergeFile(uint32_t file_id, const std::vector<uint64_t> &hashes) {
             if (fileEntry(at).parent < 0) {
                 const uint64_t hash = hashes[at.entry];
                 removing = file_index.find(hash, [&](int32_t c) { return c == static_cast<int32_t>(k); }) >= 0 &&
-                           index.find(hash, [&](int32_t c) { return samePath(entries[static_cast<size_t>(c)], at); }) >= 0;
+                           key_index.find(hash, [&](int32_t c) { return samePath(entries[static_cast<size_t>(c)], at); }) >= 0;
             }
             removed[k] = removing;
         }
     }
 
-    index.reserve(entries.size() + members.size());
+    key_index.reserve(entries.size() + members.size());
     entries.reserve(entries.size() + members.size());
     for (size_t k = 0; k < members.size(); ++k) {
-        if (k + 8 < members.size()) index.prefetch(hashes[members[k + 8]]);
+        if (k + 8 < members.size()) key_index.prefetch(hashes[members[k + 8]]);
         if (!removed[k]) append(StoredEntry{file_id, members[k]}, hashes[members[k]]);
     }
 }
@@ -345,7 +345,7 @@ int Store::find(std::string_view key) const {
     if (key.empty()) return last_note;
     PathHash hash;
     hash.feed(key);
-    return index.find(hash.value(), [&](int32_t c) { return pathEquals(entries[static_cast<size_t>(c)], key); });
+    return key_index.find(hash.value(), [&](int32_t c) { return pathEquals(entries[static_cast<size_t>(c)], key); });
 }
 
 int Store::enclosingEntry(size_t index) const {
@@ -359,7 +359,7 @@ int Store::enclosingEntry(size_t index) const {
     // The text before the last "[" is the block's own path.
     if (entry.parent < 0) return -1;
     const StoredEntry block{entries[index].file, static_cast<uint32_t>(entry.parent)};
-    return this->index.find(hashOf(block), [&](int32_t c) {
+    return key_index.find(hashOf(block), [&](int32_t c) {
         const StoredEntry &candidate = entries[static_cast<size_t>(c)];
         return (candidate.file == block.file && candidate.entry == block.entry) || samePath(candidate, block);
     });

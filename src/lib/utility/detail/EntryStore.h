@@ -75,7 +75,7 @@ private:
 
     std::vector<ParsedFile> files;
     std::vector<StoredEntry> entries;
-    KeyPathIndex index;
+    KeyPathIndex key_index;
     int32_t last_note = -1;          // what the empty key finds
     bool top_level_by_text = false;  // a top-level name holds "[", "]" or '"', or repeats
     std::unordered_map<std::string_view, Table<TeskPf_Constraint>> constraint_tables;  // views into `files`

@@ -95,13 +95,13 @@ public:
     // (`samePath(stored, entry)` confirms one). Returns the replaced entry, or -1.
     template <typename SamePath>
     int32_t insert(uint64_t hash, int32_t entry, SamePath samePath) {
-        if ((count + 1) * 4 > slots.size() * 3) rehash(std::max<size_t>(16, slots.size() * 2));
+        if ((used + 1) * 4 > slots.size() * 3) rehash(std::max<size_t>(16, slots.size() * 2));
         const uint32_t tag = tagOf(hash);
         for (size_t i = home(hash);; i = next(i)) {
             Slot &slot = slots[i];
             if (slot.entry < 0) {
                 slot = Slot{tag, entry};
-                ++count;
+                ++used;
                 return -1;
             }
             if (slot.tag == tag && samePath(slot.entry, entry)) {
@@ -129,8 +129,6 @@ public:
         if (!slots.empty()) __builtin_prefetch(&slots[home(hash)]);
     }
 
-    size_t memoryBytes() const { return slots.capacity() * sizeof(Slot); }
-
 private:
     struct Slot {
         uint32_t tag;
@@ -154,7 +152,7 @@ private:
     }
 
     std::vector<Slot> slots;
-    size_t count = 0;
+    size_t used = 0;
 };
 
 }  // namespace teskpf::detail
