@@ -25,3 +25,6 @@ root=$PWD
 cp -r examples "$scratch/examples"
 (cd "$scratch/examples" && PFPATH="$scratch/examples:$scratch/examples/site-override" \
   "$scratch/venv/bin/python" "$root/examples/python_example.py")
+
+# The README's Python blocks run as they stand.
+"$scratch/venv/bin/python" "$root/tests/readme/python_blocks_test.py" "$root/README.md" "$root/examples"
