@@ -1,6 +1,8 @@
 // teskpf files NAME: which files a name reads and which file supplied what.
 #include <iostream>
 
+#include <teskpf/search.h>
+
 #include "command.h"
 #include "entries.h"
 #include "param_files.h"
@@ -13,9 +15,9 @@ namespace {
 int runFiles(const CommandLine &line) {
     const std::string &name = line.positional[0];
     TeskPf pf = loadParameterFile(name);
-    std::cout << "# files read for '" << name << "' (PFPATH=" << searchPath()
+    std::cout << "# files read for '" << name << "' (PFPATH=" << teskpf::searchPath()
               << "), lowest precedence first; the last one wins each top-level key\n";
-    for (const std::string &file : resolveFiles(name)) std::cout << file << '\n';
+    for (const std::string &file : teskpf::parameterFiles(name)) std::cout << file << '\n';
     std::cout << "# top-level keys and the file that supplied each\n";
     for (int i = 0; i < pf.size(); ++i) {
         const std::string key = pf.getKey(i);

@@ -1,5 +1,7 @@
 // teskpf set NAME KEY VALUE [--file FILE] [--check] [-o FILE]: change one
 // value in place.
+#include <teskpf/search.h>
+
 #include "command.h"
 #include "edit_source.h"
 #include "entries.h"
@@ -23,7 +25,7 @@ void requireValid(const TeskPf &pf, int index, const std::string &value) {
 // --file FILE: set KEY in FILE, adding it there when FILE lacks it.
 void setInFile(const CommandLine &line, const std::string &key, const std::string &value) {
     const std::string &name = line.positional[0];
-    if (line.has("--check") && !resolveFiles(name).empty()) {
+    if (line.has("--check") && !teskpf::parameterFiles(name).empty()) {
         TeskPf pf = loadParameterFile(name);
         if (int index = pf.getEntryIndex(key); index >= 0) requireValid(pf, index, value);
     }

@@ -1,6 +1,6 @@
 #include "entries.h"
 
-#include "KeyPath.h"
+#include <teskpf/classic.h>
 #include "tool_error.h"
 
 namespace teskpf_tool {
@@ -24,11 +24,8 @@ bool isBlockOpening(const TeskPf &pf, int index) {
 }
 
 std::string effectiveConstraints(const TeskPf &pf, int index) {
-    std::string own = pf.getConstraints(index, nullptr);
-    if (!own.empty()) return own;
-    // A top-level key (["k"]) has no enclosing block to fall back to.
-    std::string parent = std::string(teskpf::enclosingKey(pf.getKey(index)));
-    return parent.empty() ? "" : pf.getConstraints(parent, nullptr);
+    int annotated = teskpf::annotatedEntry(pf, index);
+    return annotated < 0 ? "" : pf.getConstraints(annotated, nullptr);
 }
 
 std::string violationText(const TeskPf &pf, int index) {

@@ -1,28 +1,16 @@
 #include "param_files.h"
 
-#include <cstdlib>
+#include <teskpf/save.h>
+#include <teskpf/search.h>
 
-#include "FileSearch.h"
-#include "HomeDirectory.h"
-#include "teskpf/save.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
 
-std::vector<std::string> resolveFiles(const std::string &name) {
-    std::string expanded = name;
-    teskpf::expandHome(expanded);
-    return teskpf::findParameterFiles(expanded);
-}
-
-std::string searchPath() {
-    const char *path = std::getenv("PFPATH");
-    return path && *path ? path : ".";
-}
-
 TeskPf loadParameterFile(const std::string &name) {
-    if (resolveFiles(name).empty())
-        throw ToolError("no parameter file named '" + name + "' (searched PFPATH=" + searchPath() + ")", kExitError);
+    if (teskpf::parameterFiles(name).empty())
+        throw ToolError("no parameter file named '" + name + "' (searched PFPATH=" + teskpf::searchPath() + ")",
+                        kExitError);
     return TeskPf(name, 0);
 }
 
@@ -46,9 +34,7 @@ std::string writeParameterFile(const TeskPf &pf, const std::string &file) {
 
 void writeToOutput(const TeskPf &pf, const std::string &file) {
     requireEntries(pf, file);
-    std::string name = file;
-    teskpf::expandHome(name);
-    teskpf::saveFile(name, pf.getPfString());
+    teskpf::saveFile(teskpf::homeExpanded(file), pf.getPfString());
 }
 
 }  // namespace teskpf_tool

@@ -8,15 +8,6 @@
 
 namespace teskpf_tool {
 
-// The files the library reads for `name`, lowest precedence first: the last
-// one wins each top-level key. These are the files of that name along PFPATH
-// or, when there are none, the name itself if it is a readable regular file.
-// A leading "~" is expanded first. Empty when nothing is found.
-std::vector<std::string> resolveFiles(const std::string &name);
-
-// PFPATH as the search uses it, for messages: "." when unset or empty.
-std::string searchPath();
-
 // Loads `name` with the library. Throws ToolError (exit 2) when the name
 // resolves to no file; the library's own errors (std::string) pass through.
 TeskPf loadParameterFile(const std::string &name);

@@ -14,6 +14,11 @@ namespace teskpf {
 // expanded (no home directory).
 std::vector<std::string> parameterFiles(std::string_view name);
 
+// `path` with a leading "~" replaced by the home directory, as every reader
+// and writer of the library does it (only the "~" itself: "~bob/x" becomes
+// HOME + "bob/x"). Throws teskpf::Error when there is no home directory.
+std::string homeExpanded(std::string_view path);
+
 // The search path as the lookup uses it: PFPATH, or "." when unset or empty.
 std::string searchPath();
 

@@ -1,5 +1,7 @@
 #include "detail/Layers.h"
 
+#include <teskpf/classic.h>
+
 #include <system_error>
 
 #include "FileSearch.h"
@@ -87,23 +89,18 @@ SourceLine splitSource(const std::string &source) {
 }
 
 std::shared_ptr<const AnnotationInEffect> AnnotationResolver::classic(const TeskPf &pf, int index, bool memo) {
-    std::string own = pf.getConstraints(index, nullptr);
-    if (!own.empty())
-        return std::make_shared<AnnotationInEffect>(AnnotationInEffect{own, splitSource(pf.getSource(index)), false});
     static const auto none = std::make_shared<const AnnotationInEffect>();
-    const std::string parent_key(enclosingKey(pf.getKey(index)));
-    if (parent_key.empty()) return none;
-    int parent = pf.getEntryIndex(parent_key);
-    if (parent < 0) return none;
-    if (memo) {
-        auto found = merged_blocks_.find(parent);
+    const int annotated = annotatedEntry(pf, index);
+    if (annotated < 0) return none;
+    // A block's annotation serves all its members: make it once.
+    const bool shared = memo && annotated != index;
+    if (shared) {
+        auto found = merged_blocks_.find(annotated);
         if (found != merged_blocks_.end()) return found->second;
     }
-    std::string block = pf.getConstraints(parent, nullptr);
-    auto annotation = block.empty() ? none
-                                    : std::make_shared<const AnnotationInEffect>(AnnotationInEffect{
-                                          std::move(block), splitSource(pf.getSource(parent)), false});
-    if (memo) merged_blocks_.emplace(parent, annotation);
+    auto annotation = std::make_shared<const AnnotationInEffect>(
+        AnnotationInEffect{pf.getConstraints(annotated, nullptr), splitSource(pf.getSource(annotated)), false});
+    if (shared) merged_blocks_.emplace(annotated, annotation);
     return annotation;
 }
 

@@ -4,6 +4,7 @@
 #include <teskpf/error.h>
 
 #include "KeyPath.h"
+#include "detail/AnnotationRule.h"
 #include "LevelText.h"
 #include "TeskPf.h"
 #include "ValueCheck.h"
@@ -21,13 +22,13 @@ const std::string &field(const detail::DocumentData &data, int32_t entry, int wh
 // The annotation text that applies to `entry` and where it comes from: its
 // own, else that of the block its key path sits in (as TeskPf::checkValue).
 std::pair<std::string, AnnotationOrigin> annotationInEffect(const detail::DocumentData &data, int32_t entry) {
-    const std::string &own = field(data, entry, FIELD_CONSTRAINTS);
-    if (!own.empty()) return {own, AnnotationOrigin::Own};
-    std::string_view parent_key = enclosingKey(field(data, entry, FIELD_KEY));
-    if (parent_key.empty()) return {{}, AnnotationOrigin::None};
-    int parent = data.index.find(data.entries, parent_key);
-    if (parent < 0 || field(data, parent, FIELD_CONSTRAINTS).empty()) return {{}, AnnotationOrigin::None};
-    return {field(data, parent, FIELD_CONSTRAINTS), AnnotationOrigin::Enclosing};
+    const int annotated = annotatedEntry(
+        entry, [&](int i) -> const std::string & { return field(data, i, FIELD_CONSTRAINTS); },
+        [&](int i) -> const std::string & { return field(data, i, FIELD_KEY); },
+        [&](std::string_view key) { return data.index.find(data.entries, key); });
+    if (annotated < 0) return {{}, AnnotationOrigin::None};
+    return {field(data, annotated, FIELD_CONSTRAINTS),
+            annotated == entry ? AnnotationOrigin::Own : AnnotationOrigin::Enclosing};
 }
 
 }  // namespace

@@ -9,15 +9,17 @@
 
 namespace teskpf {
 
-std::vector<std::string> parameterFiles(std::string_view name) {
-    std::string expanded(name);
+std::string homeExpanded(std::string_view path) {
+    std::string expanded(path);
     try {
         expandHome(expanded);
     } catch (const std::string &message) {
         throw Error(message);
     }
-    return findParameterFiles(expanded);
+    return expanded;
 }
+
+std::vector<std::string> parameterFiles(std::string_view name) { return findParameterFiles(homeExpanded(name)); }
 
 std::string searchPath() {
     const char *path = std::getenv("PFPATH");
