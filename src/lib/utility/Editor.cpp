@@ -1,14 +1,12 @@
 #include "teskpf/editor.h"
 
 #include <algorithm>
-#include <climits>
-#include <cmath>
 
 #include "KeyPath.h"
 #include "LineLexer.h"
 #include "detail/EditRules.h"
 #include "detail/ParsedFile.h"
-#include "pf_clock.h"
+#include "detail/Revision.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"
 
@@ -16,7 +14,6 @@ namespace teskpf {
 
 namespace {
 
-const char kRevisionKey[] = "pf_revision_time";
 
 // An entry as reading sees it, apart from where it stands: what an edit must
 // leave unchanged for every entry it does not mean to touch.
@@ -104,13 +101,6 @@ std::string commentText(std::string_view comment) {
     std::string_view words = trimmedWhiteSpace(comment);
     if (!words.empty() && words[0] == '#') words = trimmedWhiteSpace(words.substr(1));
     return words.empty() ? std::string() : "#" + std::string(words);
-}
-
-// The integer part of the current time, as the generated text writes it.
-std::string revisionTime() {
-    double now = std::trunc(std_now());
-    int seconds = now >= INT_MAX ? INT_MAX : now <= INT_MIN ? INT_MIN : static_cast<int>(now);
-    return std::to_string(seconds);
 }
 
 [[noreturn]] void refuse(const std::string &name, const std::string &what, const std::string &why) {
@@ -365,7 +355,7 @@ void Editor::State::add(const std::string &path, const std::string &value, const
 void Editor::State::refreshRevision() {
     for (size_t i = entries().size(); i-- > 0;) {
         const FileEntry &e = entry(i);
-        if (e.parent < 0 && e.kind == EntryKind::Value && parsed->key(e) == kRevisionKey) {
+        if (e.parent < 0 && e.kind == EntryKind::Value && parsed->key(e) == kRevisionName) {
             setValueAt(i, revisionTime(), "refresh pf_revision_time");
             return;
         }

@@ -9,7 +9,7 @@
 #include "LineLexer.h"
 #include "TeskPf.h"
 #include "detail/BlockSyntax.h"
-#include "pf_clock.h"
+#include "detail/Revision.h"
 
 namespace teskpf {
 
@@ -18,11 +18,7 @@ namespace {
 const char revision_key[] = "[\"pf_revision_time\"]";
 
 // The revision line, with the integer part of the current time.
-std::string revisionLine() {
-    double now = std::trunc(std_now());
-    int seconds = now >= INT_MAX ? INT_MAX : now <= INT_MIN ? INT_MIN : static_cast<int>(now);
-    return "pf_revision_time\t" + std::to_string(seconds) + "\n";
-}
+std::string revisionLine() { return std::string(kRevisionName) + "\t" + revisionTime() + "\n"; }
 
 // The comment as written: an annotation goes back in front of the comment
 // words. An empty comment field is treated like "#" (the lexer leaves "#"
