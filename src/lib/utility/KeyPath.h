@@ -2,6 +2,8 @@
 #pragma once
 
 #include <charconv>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -47,6 +49,38 @@ inline char *writeListComponentBefore(char *end, long position) {
     std::to_chars(begin + 1, end - 1, position);
     end[-1] = ']';
     return begin;
+}
+
+// The size of the component ["name"] (or [position]) when `path` ends with
+// it, else 0: compared in place, eight bytes at a time, as names are short.
+inline size_t namedComponentAtEnd(std::string_view path, std::string_view name) {
+    const size_t size = namedComponentSize(name);
+    if (path.size() < size) return 0;
+    const char *begin = path.data() + (path.size() - size);
+    if (begin[0] != '[' || begin[1] != '"' || begin[size - 2] != '"' || begin[size - 1] != ']') return 0;
+    const char *text = begin + 2;
+    size_t i = 0;
+    for (; i + 8 <= name.size(); i += 8) {
+        uint64_t a, b;
+        std::memcpy(&a, text + i, 8);
+        std::memcpy(&b, name.data() + i, 8);
+        if (a != b) return 0;
+    }
+    for (; i < name.size(); ++i)
+        if (text[i] != name[i]) return 0;
+    return size;
+}
+
+inline size_t listComponentAtEnd(std::string_view path, long position) {
+    char component[24];
+    char *end = component + sizeof component;
+    const size_t size = listComponentSize(position);
+    const char *begin = writeListComponentBefore(end, position);
+    if (path.size() < size) return 0;
+    const char *tail = path.data() + (path.size() - size);
+    for (size_t i = 0; i < size; ++i)
+        if (tail[i] != begin[i]) return 0;
+    return size;
 }
 
 // The key path of the block that directly contains the entry `key`:

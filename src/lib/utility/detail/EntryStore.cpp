@@ -254,17 +254,10 @@ bool Store::pathEquals(StoredEntry at, std::string_view key) const {
     std::string_view rest = key;
     for (int32_t x = static_cast<int32_t>(at.entry); x >= 0;) {
         const FileEntry &entry = file.entries()[static_cast<size_t>(x)];
-        char buffer[64];
-        std::string_view component = componentText(file, entry, buffer);
-        std::string long_component;
-        if (component.empty()) {
-            appendNamedComponent(long_component, file.key(entry));
-            component = long_component;
-        }
-        if (rest.size() < component.size() ||
-            std::memcmp(rest.data() + rest.size() - component.size(), component.data(), component.size()) != 0)
-            return false;
-        rest.remove_suffix(component.size());
+        const size_t size = entry.position >= 0 ? listComponentAtEnd(rest, entry.position)
+                                                : namedComponentAtEnd(rest, file.key(entry));
+        if (size == 0) return false;
+        rest.remove_suffix(size);
         x = entry.parent;
     }
     return rest.empty();
