@@ -4,16 +4,6 @@ namespace teskpf_tool {
 
 namespace {
 
-// The length of the valid UTF-8 sequence at `at`, or 0.
-size_t utf8Length(const std::string &text, size_t at) {
-    const unsigned char lead = static_cast<unsigned char>(text[at]);
-    size_t length = lead < 0x80 ? 1 : (lead >> 5) == 6 ? 2 : (lead >> 4) == 14 ? 3 : (lead >> 3) == 30 ? 4 : 0;
-    if (length == 0 || lead == 0xc0 || lead == 0xc1 || lead > 0xf4 || at + length > text.size()) return 0;
-    for (size_t i = 1; i < length; ++i)
-        if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) return 0;
-    return length;
-}
-
 // Workflow-command escaping: always %, CR and LF; in properties also ":" and ",".
 std::string githubEscaped(const std::string &text, bool property) {
     std::string out;
@@ -39,7 +29,7 @@ std::string jsonString(const std::string &text) {
     std::string out = "\"";
     for (size_t at = 0; at < text.size();) {
         const unsigned char byte = static_cast<unsigned char>(text[at]);
-        const size_t length = utf8Length(text, at);
+        const size_t length = teskpf::utf8SequenceLength(text, at);
         if (length == 0) {
             out += "\\ufffd";
             ++at;

@@ -4,7 +4,9 @@
 // effect, across the layers of a name. Locations are 1-based.
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace teskpf {
@@ -24,6 +26,10 @@ struct Diagnostic {
 
 // "error" or "warning".
 const char *severityName(Severity severity);
+
+// The length of the valid UTF-8 sequence that starts at byte `at` of `text`;
+// 0 when none does (messages quote file bytes, which need not be UTF-8).
+std::size_t utf8SequenceLength(std::string_view text, std::size_t at);
 
 // Checks the file at `path` read alone. Throws IoError when it cannot be read.
 std::vector<Diagnostic> checkFile(const std::string &path);

@@ -7,16 +7,6 @@ namespace teskpf {
 
 namespace {
 
-// The length of the valid UTF-8 sequence at `at`, or 0 when there is none.
-size_t utf8SequenceAt(std::string_view text, size_t at) {
-    const unsigned char lead = static_cast<unsigned char>(text[at]);
-    size_t length = lead < 0x80 ? 1 : (lead >> 5) == 6 ? 2 : (lead >> 4) == 14 ? 3 : (lead >> 3) == 30 ? 4 : 0;
-    if (length == 0 || lead == 0xc0 || lead == 0xc1 || lead > 0xf4 || at + length > text.size()) return 0;
-    for (size_t i = 1; i < length; ++i)
-        if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) return 0;
-    return length;
-}
-
 bool isControl(unsigned char byte) {
     return (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r' && byte != '\f' && byte != '\v') ||
            byte == 0x7f;
@@ -39,7 +29,7 @@ ByteCensus countSuspectBytes(std::string_view text) {
             census.lines_with_nul += nul_on_line;
             nul_on_line = false;
         }
-        size_t length = utf8SequenceAt(text, at);
+        size_t length = utf8SequenceLength(text, at);
         if (length == 0 || (length == 1 && isControl(static_cast<unsigned char>(text[at])))) {
             if (census.suspect++ == 0) census.first_suspect = at;
             ++at;
@@ -76,6 +66,15 @@ bool checkText(std::string_view text, FileReport &report) {
                    "the file starts with a UTF-8 byte-order mark, which becomes part of the first key; save the "
                    "file without it");
     return true;
+}
+
+size_t utf8SequenceLength(std::string_view text, size_t at) {
+    const unsigned char lead = static_cast<unsigned char>(text[at]);
+    size_t length = lead < 0x80 ? 1 : (lead >> 5) == 6 ? 2 : (lead >> 4) == 14 ? 3 : (lead >> 3) == 30 ? 4 : 0;
+    if (length == 0 || lead == 0xc0 || lead == 0xc1 || lead > 0xf4 || at + length > text.size()) return 0;
+    for (size_t i = 1; i < length; ++i)
+        if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) return 0;
+    return length;
 }
 
 }  // namespace teskpf
