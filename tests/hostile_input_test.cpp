@@ -221,3 +221,26 @@ TEST(HostileInput, FuzzRegressionsReplayWithoutCrashing) {
     }
     EXPECT_GT(replayed, 0);
 }
+
+// The key path budget holds for a handle: two files of deep nesting that each
+// stay under it fail together, at the line of the second file read (the one
+// earlier on the search path) where the paths of both pass it.
+TEST(HostileInput, DeepNestingInSeveralFilesSharesOneKeyPathBudget) {
+    TempDir dir;
+    const size_t levels = 10000;  // 5 * levels^2 / 2 bytes of paths: under the budget of one file
+    const std::string text = repeat("a &Arr{\n", levels);
+    const std::string early = dir.write("early/deep.pf", text);
+    dir.write("late/deep.pf", text);
+    ScopedEnv pfpath("PFPATH", dir.path() + "/early:" + dir.path() + "/late");
+    EXPECT_EQ(loadError(dir.path() + "/late/deep.pf"), "");
+
+    const size_t budget = (size_t{256} << 20) + 16 * 2 * text.size();
+    size_t total = 0;
+    for (size_t i = 0; i < levels; ++i) total += 5 * (i + 1);
+    size_t line = 0;
+    for (total += 5; total <= budget; total += 5 * (++line + 1)) {
+    }
+    EXPECT_EQ(loadError("deep"), early + ":" + std::to_string(line) +
+                                     ": key paths exceed " + std::to_string(budget) +
+                                     " bytes; blocks are nested too deeply");
+}
