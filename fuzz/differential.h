@@ -13,15 +13,15 @@
 #include <string>
 #include <vector>
 
-#include "BlockParser.h"
-#include "ConstraintParser.h"
-#include "FileSearch.h"
-#include "KeyIndex.h"
-#include "KeyPath.h"
-#include "Merge.h"
+#include "detail/BlockParser.h"
+#include "detail/ConstraintParser.h"
+#include "detail/FileSearch.h"
+#include "detail/KeyIndex.h"
+#include "detail/KeyPath.h"
+#include "detail/Merge.h"
 #include "TeskPf.h"
-#include "TextGenerator.h"
-#include "ValueCheck.h"
+#include "detail/TextGenerator.h"
+#include "detail/ValueCheck.h"
 #include "detail/ParsedFile.h"
 
 namespace differential {

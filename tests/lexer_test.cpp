@@ -1,7 +1,7 @@
 // One line split into key, value, comment and annotation, and trimming.
 #include <gtest/gtest.h>
 
-#include "LineLexer.h"
+#include "detail/LineLexer.h"
 #include "test_support.h"
 
 // Lines as the block parser hands them over (inside a list block or not), and

@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include "BlockParser.h"
-#include "ConstraintParser.h"
-#include "HomeDirectory.h"
+#include "detail/BlockParser.h"
+#include "detail/ConstraintParser.h"
+#include "detail/HomeDirectory.h"
 #include "test_support.h"
 
 using namespace test_support;

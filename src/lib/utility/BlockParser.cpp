@@ -1,4 +1,4 @@
-#include "BlockParser.h"
+#include "detail/BlockParser.h"
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include "ConstraintParser.h"
+#include "detail/ConstraintParser.h"
 
 namespace teskpf {
 

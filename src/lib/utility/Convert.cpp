@@ -3,7 +3,7 @@
 #include <array>
 #include <string>
 
-#include "ValueCheck.h"
+#include "detail/ValueCheck.h"
 
 namespace teskpf {
 

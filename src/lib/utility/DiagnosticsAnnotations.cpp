@@ -1,6 +1,6 @@
 // Rules about annotations: ones that do not parse, and "<type>" text that
 // reading takes for plain comment.
-#include "ConstraintParser.h"
+#include "detail/ConstraintParser.h"
 #include "detail/DiagnosticRules.h"
 
 namespace teskpf {

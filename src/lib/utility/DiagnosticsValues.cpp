@@ -3,8 +3,8 @@
 #include <memory>
 #include <unordered_map>
 
-#include "ConstraintParser.h"
-#include "ValueCheck.h"
+#include "detail/ConstraintParser.h"
+#include "detail/ValueCheck.h"
 #include "detail/DiagnosticRules.h"
 
 namespace teskpf {

@@ -7,9 +7,9 @@
 #include <teskpf/save.h>
 #include <teskpf/search.h>
 
-#include "LayeredEntries.h"
+#include "detail/LayeredEntries.h"
 #include "TeskPf.h"
-#include "TextGenerator.h"
+#include "detail/TextGenerator.h"
 #include "detail/DocumentData.h"
 #include "detail/EditRules.h"
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "KeyPath.h"
-#include "LineLexer.h"
+#include "detail/KeyPath.h"
+#include "detail/LineLexer.h"
 #include "detail/EditRules.h"
 #include "detail/ParsedFile.h"
 #include "detail/Revision.h"

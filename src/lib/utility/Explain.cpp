@@ -1,6 +1,6 @@
 // Explaining a key: every layer's definition, the one in effect and why, and
 // the annotation its value is checked against.
-#include "KeyPath.h"
+#include "detail/KeyPath.h"
 #include "detail/Layers.h"
 #include "teskpf/explain.h"
 

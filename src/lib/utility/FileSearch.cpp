@@ -1,4 +1,4 @@
-#include "FileSearch.h"
+#include "detail/FileSearch.h"
 
 #include <memory>
 #include <sys/stat.h>

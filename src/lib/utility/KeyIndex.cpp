@@ -1,4 +1,4 @@
-#include "KeyIndex.h"
+#include "detail/KeyIndex.h"
 
 #include <functional>
 

@@ -1,7 +1,7 @@
-#include "LayeredEntries.h"
+#include "detail/LayeredEntries.h"
 
-#include "BlockParser.h"
-#include "Merge.h"
+#include "detail/BlockParser.h"
+#include "detail/Merge.h"
 
 namespace teskpf {
 

@@ -4,8 +4,8 @@
 
 #include <system_error>
 
-#include "FileSearch.h"
-#include "KeyPath.h"
+#include "detail/FileSearch.h"
+#include "detail/KeyPath.h"
 #include "teskpf/error.h"
 #include "teskpf/search.h"
 

@@ -1,4 +1,4 @@
-#include "LevelText.h"
+#include "detail/LevelText.h"
 
 #include <cerrno>
 #include <climits>

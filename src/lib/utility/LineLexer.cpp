@@ -1,4 +1,4 @@
-#include "LineLexer.h"
+#include "detail/LineLexer.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
-#include "Merge.h"
+#include "detail/Merge.h"
 
 #include <vector>
 
-#include "KeyIndex.h"
-#include "LevelText.h"
+#include "detail/KeyIndex.h"
+#include "detail/LevelText.h"
 #include "TeskPf.h"
 #include "detail/AliveEntries.h"
 

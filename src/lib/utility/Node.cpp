@@ -3,11 +3,11 @@
 #include <teskpf/convert.h>
 #include <teskpf/error.h>
 
-#include "KeyPath.h"
+#include "detail/KeyPath.h"
 #include "detail/AnnotationRule.h"
-#include "LevelText.h"
+#include "detail/LevelText.h"
 #include "TeskPf.h"
-#include "ValueCheck.h"
+#include "detail/ValueCheck.h"
 #include "detail/BlockSyntax.h"
 #include "detail/DocumentData.h"
 

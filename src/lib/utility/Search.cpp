@@ -4,8 +4,8 @@
 
 #include <teskpf/error.h>
 
-#include "FileSearch.h"
-#include "HomeDirectory.h"
+#include "detail/FileSearch.h"
+#include "detail/HomeDirectory.h"
 
 namespace teskpf {
 

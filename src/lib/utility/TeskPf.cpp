@@ -5,12 +5,12 @@
 #include <cstring>
 #include <memory>
 
-#include "FileSearch.h"
-#include "HomeDirectory.h"
-#include "KeyPath.h"
-#include "LineLexer.h"
-#include "TextGenerator.h"
-#include "ValueCheck.h"
+#include "detail/FileSearch.h"
+#include "detail/HomeDirectory.h"
+#include "detail/KeyPath.h"
+#include "detail/LineLexer.h"
+#include "detail/TextGenerator.h"
+#include "detail/ValueCheck.h"
 #include "detail/EntryStore.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"

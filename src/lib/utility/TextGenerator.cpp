@@ -1,12 +1,12 @@
-#include "TextGenerator.h"
+#include "detail/TextGenerator.h"
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
 
-#include "KeyPath.h"
-#include "LevelText.h"
-#include "LineLexer.h"
+#include "detail/KeyPath.h"
+#include "detail/LevelText.h"
+#include "detail/LineLexer.h"
 #include "TeskPf.h"
 #include "detail/BlockSyntax.h"
 #include "detail/Revision.h"

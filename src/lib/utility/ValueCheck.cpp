@@ -1,4 +1,4 @@
-#include "ValueCheck.h"
+#include "detail/ValueCheck.h"
 
 #include <cerrno>
 #include <clocale>

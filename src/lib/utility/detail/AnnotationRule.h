@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-#include "KeyPath.h"
+#include "detail/KeyPath.h"
 
 namespace teskpf {
 

@@ -1,7 +1,7 @@
 #include "detail/DocumentData.h"
 
-#include "KeyPath.h"
-#include "LevelText.h"
+#include "detail/KeyPath.h"
+#include "detail/LevelText.h"
 #include "TeskPf.h"
 #include "detail/BlockSyntax.h"
 

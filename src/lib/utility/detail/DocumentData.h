@@ -9,9 +9,9 @@
 
 #include <teskpf/document.h>
 
-#include "ConstraintParser.h"
-#include "EntryList.h"
-#include "KeyIndex.h"
+#include "detail/ConstraintParser.h"
+#include "detail/EntryList.h"
+#include "detail/KeyIndex.h"
 
 namespace teskpf::detail {
 

@@ -1,6 +1,6 @@
 #include "detail/EditRules.h"
 
-#include "LineLexer.h"
+#include "detail/LineLexer.h"
 #include "detail/BlockSyntax.h"
 
 namespace teskpf {

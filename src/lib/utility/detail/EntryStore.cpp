@@ -3,9 +3,9 @@
 #include <charconv>
 #include <cstring>
 
-#include "BlockParser.h"
-#include "ConstraintParser.h"
-#include "KeyPath.h"
+#include "detail/BlockParser.h"
+#include "detail/ConstraintParser.h"
+#include "detail/KeyPath.h"
 #include "detail/AliveEntries.h"
 
 namespace teskpf::detail {

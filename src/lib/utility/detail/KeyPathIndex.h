@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "KeyPath.h"
+#include "detail/KeyPath.h"
 
 namespace teskpf::detail {
 

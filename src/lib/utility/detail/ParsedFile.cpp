@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "KeyPath.h"
+#include "detail/KeyPath.h"
 
 namespace teskpf {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "LineLexer.h"
+#include "detail/LineLexer.h"
 #include "detail/BlockSyntax.h"
 
 namespace teskpf {

@@ -1,7 +1,7 @@
 // Merging the entry lists of several files of one name.
 #pragma once
 
-#include "EntryList.h"
+#include "detail/EntryList.h"
 
 namespace teskpf {
 

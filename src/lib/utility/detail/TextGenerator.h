@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "EntryList.h"
+#include "detail/EntryList.h"
 
 namespace teskpf {
 

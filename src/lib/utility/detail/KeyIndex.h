@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "EntryList.h"
+#include "detail/EntryList.h"
 
 class KeyIndex {
 public:

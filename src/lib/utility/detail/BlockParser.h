@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "ConstraintParser.h"
-#include "EntryList.h"
+#include "detail/ConstraintParser.h"
+#include "detail/EntryList.h"
 #include "detail/ParsedFile.h"
 
 namespace teskpf {
