@@ -5,9 +5,6 @@
 #
 # Every flag here is clean on the code today; keep it so. CI may turn on
 # TESKPF_WARNINGS_AS_ERRORS to hold the line.
-#   -Wshadow is off: TeskPf.cpp names parameters `string` and `pffile`,
-#     tools/tool_error.h and tests/test_support.h name constructor parameters
-#     after the members they set.
 #   -Wnon-virtual-dtor is off: the classic class TeskPf has a virtual
 #     function (valueChangedCallback) and, by design, no virtual destructor.
 option(TESKPF_WARNINGS_AS_ERRORS "Treat compiler warnings as errors in TeskPf's own code" OFF)
@@ -15,6 +12,6 @@ option(TESKPF_WARNINGS_AS_ERRORS "Treat compiler warnings as errors in TeskPf's 
 add_library(teskpf_warnings INTERFACE)
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
   target_compile_options(teskpf_warnings INTERFACE
-    -Wall -Wextra -Wconversion
+    -Wall -Wextra -Wconversion -Wshadow
     $<$<BOOL:${TESKPF_WARNINGS_AS_ERRORS}>:-Werror>)
 endif()

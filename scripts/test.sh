@@ -7,12 +7,12 @@ cd "$(dirname "$0")/.."
 jobs=$(nproc)
 
 echo "== build and test"
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESKPF_BUILD_TESTS=ON
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESKPF_BUILD_TESTS=ON -DTESKPF_WARNINGS_AS_ERRORS=ON
 cmake --build build -j "$jobs"
 ctest --test-dir build --output-on-failure -j "$jobs"
 
 echo "== sanitizer build and test"
-cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTESKPF_BUILD_TESTS=ON -DTESKPF_SANITIZE=ON
+cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTESKPF_BUILD_TESTS=ON -DTESKPF_SANITIZE=ON -DTESKPF_WARNINGS_AS_ERRORS=ON
 cmake --build build-asan -j "$jobs"
 ctest --test-dir build-asan --output-on-failure -j "$jobs"
 

@@ -53,11 +53,11 @@ private:
 // Sets an environment variable (unsets it for nullptr) until the object goes
 // away, then restores the previous value or unsets it.
 struct ScopedEnv {
-    ScopedEnv(std::string name, const char *value) : name(std::move(name)) {
-        if (const char *old = getenv(this->name.c_str())) previous = old;
-        value ? setenv(this->name.c_str(), value, 1) : unsetenv(this->name.c_str());
+    ScopedEnv(std::string variable, const char *value) : name(std::move(variable)) {
+        if (const char *old = getenv(name.c_str())) previous = old;
+        value ? setenv(name.c_str(), value, 1) : unsetenv(name.c_str());
     }
-    ScopedEnv(std::string name, const std::string &value) : ScopedEnv(std::move(name), value.c_str()) {}
+    ScopedEnv(std::string variable, const std::string &value) : ScopedEnv(std::move(variable), value.c_str()) {}
     ~ScopedEnv() { previous ? setenv(name.c_str(), previous->c_str(), 1) : unsetenv(name.c_str()); }
     const std::string name;
     std::optional<std::string> previous;

@@ -17,7 +17,7 @@ enum ExitCode {
 // Ends a subcommand: printed as "teskpf: MESSAGE", exits with `exit_code`.
 class ToolError : public std::runtime_error {
 public:
-    ToolError(const std::string &message, int exit_code) : std::runtime_error(message), exit_code(exit_code) {}
+    ToolError(const std::string &message, int code) : std::runtime_error(message), exit_code(code) {}
     int exit_code;
 };
 
@@ -25,8 +25,8 @@ public:
 // --help the message points to ("" for the top-level help).
 class UsageError : public ToolError {
 public:
-    UsageError(const std::string &message, const std::string &command = "")
-        : ToolError(message, kExitError), command(command) {}
+    UsageError(const std::string &message, const std::string &for_command = "")
+        : ToolError(message, kExitError), command(for_command) {}
     std::string command;
 };
 

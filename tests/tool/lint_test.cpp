@@ -195,8 +195,8 @@ TEST_P(LintData, GithubOutputMatchesExpected) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, LintData, ::testing::ValuesIn(lintCases()),
-                         [](const ::testing::TestParamInfo<LintCase> &info) {
-                             std::string name = info.param.name;
+                         [](const ::testing::TestParamInfo<LintCase> &param_info) {
+                             std::string name = param_info.param.name;
                              for (char &ch : name)
                                  if (!isalnum(static_cast<unsigned char>(ch))) ch = '_';
                              return name;

@@ -19,11 +19,11 @@ using std::string;
 
 // ---- Construction and loading -----------------------------------------------
 
-TeskPf::TeskPf(string string, int type) {
+TeskPf::TeskPf(string name, int type) {
     if (type != 0) throw std::string("Unknown type");
-    teskpf::expandHome(string);
-    store = std::make_shared<const teskpf::detail::Store>(teskpf::findParameterFiles(string));
-    pffile = string;
+    teskpf::expandHome(name);
+    store = std::make_shared<const teskpf::detail::Store>(teskpf::findParameterFiles(name));
+    pffile = name;
 }
 
 // ---- Queries ----------------------------------------------------------------
@@ -224,9 +224,9 @@ string TeskPf::getPfString() const {
     return writer.finish();
 }
 
-void TeskPf::write(string &pffile) const {
+void TeskPf::write(string &file) const {
     if (size() == 0) return;
-    string name = pffile;
+    string name = file;
     teskpf::expandHome(name);
     if (name.size() > 3 && name.compare(name.size() - 3, 3, ".pf") != 0) name += ".pf";
     try {
@@ -234,7 +234,7 @@ void TeskPf::write(string &pffile) const {
     } catch (const teskpf::IoError &error) {
         throw "TeskPf::write: " + string(error.what());  // "cannot write 'NAME': REASON"
     }
-    pffile = name;
+    file = name;
 }
 
 void TeskPf::getPf(Pf **pf) const {
@@ -245,7 +245,7 @@ void TeskPf::getPf(Pf **pf) const {
 
 // ---- Text operations --------------------------------------------------------
 
-void TeskPf::replace(std::string &string, std::string from, std::string to) { string = teskpf::replaceAll(string, from, to); }
+void TeskPf::replace(std::string &text, std::string from, std::string to) { text = teskpf::replaceAll(text, from, to); }
 
 string TeskPf::unescapeValue(string value) { return teskpf::unescape(value); }
 
