@@ -14,30 +14,12 @@
 #include "detail/ParsedFile.h"
 #include "teskpf/editor.h"
 #include "teskpf/error.h"
+#include "edit_invariant.h"
+
+using edit_invariant::entriesOf;
+using edit_invariant::linesOf;
 
 namespace {
-
-std::vector<std::string> linesOf(const std::string &text) {
-    std::vector<std::string> lines;
-    for (size_t p = 0; p < text.size();) {
-        size_t end = text.find('\n', p);
-        end = end == std::string::npos ? text.size() : end + 1;
-        lines.push_back(text.substr(p, end - p));
-        p = end;
-    }
-    return lines;
-}
-
-std::vector<std::string> entriesOf(const std::string &text) {
-    teskpf::ParsedFile parsed("fuzz", text);
-    std::vector<std::string> out;
-    std::string b1, b2;
-    for (const teskpf::FileEntry &e : parsed.entries())
-        out.push_back(std::to_string(e.level) + "|" + std::string(parsed.key(e)) + "|" +
-                      std::string(parsed.value(e, b1)) + "|" + std::string(parsed.comment(e, b2)) + "|" +
-                      std::string(parsed.constraints(e)));
-    return out;
-}
 
 [[noreturn]] void fail(const char *what, const std::string &before, const std::string &after) {
     std::fprintf(stderr, "fuzz_edit: %s\n--- before:\n%s\n--- after:\n%s\n", what, before.c_str(), after.c_str());

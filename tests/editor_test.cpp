@@ -9,6 +9,7 @@
 #include "teskpf/error.h"
 #include "teskpf/save.h"
 #include "test_support.h"
+#include "../fuzz/edit_invariant.h"
 
 using namespace test_support;
 using teskpf::Editor;
@@ -228,30 +229,6 @@ std::string randomFile(std::mt19937 &rng) {
     return text;
 }
 
-std::vector<std::string> linesOf(const std::string &text) {
-    std::vector<std::string> out;
-    size_t p = 0;
-    while (p < text.size()) {
-        size_t e = text.find('\n', p);
-        e = e == std::string::npos ? text.size() : e + 1;
-        out.push_back(text.substr(p, e - p));
-        p = e;
-    }
-    return out;
-}
-
-// The entries with everything reading gives but their line and key path.
-std::vector<std::string> entriesOf(const std::string &text) {
-    teskpf::ParsedFile parsed("p", text);
-    std::vector<std::string> out;
-    std::string b1, b2;
-    for (const teskpf::FileEntry &e : parsed.entries())
-        out.push_back(std::to_string(e.level) + "|" + std::string(parsed.key(e)) + "|" +
-                      std::string(parsed.value(e, b1)) + "|" + std::string(parsed.comment(e, b2)) + "|" +
-                      std::string(parsed.constraints(e)));
-    return out;
-}
-
 }  // namespace
 
 TEST(Editor, RandomEditsKeepEverythingElse) {
@@ -283,6 +260,7 @@ TEST(Editor, RandomEditsKeepEverythingElse) {
             continue;
         }
         ++accepted;
+        using edit_invariant::entriesOf, edit_invariant::linesOf;
         const std::vector<std::string> old_lines = linesOf(before), new_lines = linesOf(editor->text());
         const std::vector<std::string> old_entries = entriesOf(before), new_entries = entriesOf(editor->text());
         if (op == 2) {
