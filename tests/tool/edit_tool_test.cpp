@@ -11,38 +11,15 @@
 
 #include <gtest/gtest.h>
 
+#include "run_tool.h"
 #include "test_support.h"
 
 using namespace test_support;
 
 namespace {
 
-// Starts the tool in `dir` with PFPATH set, its output thrown away; returns its pid.
-pid_t startTool(const std::vector<std::string> &args, const std::string &dir, const std::string &pfpath) {
-    pid_t pid = fork();
-    if (pid == 0) {
-        std::vector<char *> argv{const_cast<char *>(TESKPF_TOOL)};
-        for (const std::string &arg : args) argv.push_back(const_cast<char *>(arg.c_str()));
-        argv.push_back(nullptr);
-        setenv("PFPATH", pfpath.c_str(), 1);
-        if (chdir(dir.c_str()) != 0) _exit(127);
-        int null = open("/dev/null", O_WRONLY);
-        dup2(null, 1);
-        dup2(null, 2);
-        execv(TESKPF_TOOL, argv.data());
-        _exit(127);
-    }
-    return pid;
-}
-
-int waitFor(pid_t pid) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 int runTool(const std::vector<std::string> &args, const std::string &dir, const std::string &pfpath = ".") {
-    return waitFor(startTool(args, dir, pfpath));
+    return tool_run::waitFor(tool_run::startTool(args, dir, pfpath));
 }
 
 // Every regular file under `dir`, by path relative to it, with its bytes.
@@ -174,10 +151,10 @@ TEST(EditTool, ConcurrentSetsLoseNothing) {
     for (int i = 0; i < 2 * pairs; ++i) text += "k" + std::to_string(i) + "\t0\n";
     dir.write("shared.pf", text);
     for (int i = 0; i < pairs; ++i) {
-        pid_t first = startTool({"set", "shared", "k" + std::to_string(2 * i), "1"}, dir.path(), ".");
-        pid_t second = startTool({"set", "shared", "k" + std::to_string(2 * i + 1), "1"}, dir.path(), ".");
-        ASSERT_EQ(waitFor(first), 0);
-        ASSERT_EQ(waitFor(second), 0);
+        pid_t first = tool_run::startTool({"set", "shared", "k" + std::to_string(2 * i), "1"}, dir.path(), ".");
+        pid_t second = tool_run::startTool({"set", "shared", "k" + std::to_string(2 * i + 1), "1"}, dir.path(), ".");
+        ASSERT_EQ(tool_run::waitFor(first), 0);
+        ASSERT_EQ(tool_run::waitFor(second), 0);
     }
     TeskPf pf(dir.path() + "/shared.pf", 0);
     for (int i = 0; i < 2 * pairs; ++i)

@@ -14,38 +14,16 @@
 #include <map>
 #include <sstream>
 
+#include "run_tool.h"
 #include "test_support.h"
 
 using namespace test_support;
+using tool_run::runTool;
+using tool_run::ToolRun;
 
 namespace {
 
 const std::string kLintDir = TESKPF_TEST_DATA_DIR "/lint";
-
-struct ToolRun {
-    int status = -1;
-    std::string out, err;
-};
-
-// Runs the tool in `dir` with PFPATH set (unset when empty).
-ToolRun runTool(const std::vector<std::string> &args, const std::string &dir, const std::string &pfpath) {
-    TempDir io;
-    const std::string out = io.path() + "/out", err = io.path() + "/err";
-    if (fork() == 0) {
-        std::vector<char *> argv{const_cast<char *>(TESKPF_TOOL)};
-        for (const std::string &arg : args) argv.push_back(const_cast<char *>(arg.c_str()));
-        argv.push_back(nullptr);
-        pfpath.empty() ? unsetenv("PFPATH") : setenv("PFPATH", pfpath.c_str(), 1);
-        if (chdir(dir.c_str()) != 0) _exit(127);
-        dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
-        dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
-        execv(TESKPF_TOOL, argv.data());
-        _exit(127);
-    }
-    int status = 0;
-    wait(&status);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(out), readText(err)};
-}
 
 // A small JSON reader: enough to take the check's output apart and to fail
 // on anything that is not JSON.

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "run_tool.h"
 #include "test_support.h"
 
 using namespace test_support;
@@ -37,24 +38,11 @@ protected:
     // Runs the tool in the temporary directory with PFPATH set (unset when
     // empty); answers "STATUS|STDOUT|STDERR".
     std::string run(const std::vector<std::string> &args, const std::string &pfpath = ".") {
-        const std::string out = io.path() + "/out", err = io.path() + "/err";
-        if (fork() == 0) {
-            std::vector<char *> argv{const_cast<char *>(TESKPF_TOOL)};
-            for (const std::string &arg : args) argv.push_back(const_cast<char *>(arg.c_str()));
-            argv.push_back(nullptr);
-            pfpath.empty() ? unsetenv("PFPATH") : setenv("PFPATH", pfpath.c_str(), 1);
-            if (chdir(dir.path().c_str()) != 0) _exit(127);
-            dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
-            dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 2);
-            execv(TESKPF_TOOL, argv.data());
-            _exit(127);
-        }
-        int status = 0;
-        wait(&status);
-        return std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + "|" + readText(out) + "|" + readText(err);
+        const tool_run::ToolRun result = tool_run::runTool(args, dir.path(), pfpath);
+        return std::to_string(result.status) + "|" + result.out + "|" + result.err;
     }
 
-    TempDir dir, io;  // the files the tool sees; its captured output
+    TempDir dir;  // the files the tool sees
 };
 
 // Commands that change no file, bad usage included; each row gives the
