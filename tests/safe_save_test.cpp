@@ -391,6 +391,35 @@ TEST_F(SafeSave, FailuresLeaveTheTargetIntact) {
 #ifdef TESKPF_TOOL
 // The tool removes the temporary file of a save that a signal interrupts,
 // then ends by that signal; the target keeps its old content.
+// Runs `teskpf fmt big -o out.conf` in dir, with `sig` ignored or not, and
+// stops it while it writes its temporary file, before the rename; false if
+// it ended before it could be caught there.
+bool stoppedWhileWriting(const TempDir &dir, pid_t &pid, int sig, bool ignored) {
+    pid = fork();
+    if (pid == 0) {
+        // Set either way: whoever started the tests may have ignored it.
+        signal(sig, ignored ? SIG_IGN : SIG_DFL);
+        if (chdir(dir.path().c_str()) != 0) _exit(127);
+        execl(TESKPF_TOOL, TESKPF_TOOL, "fmt", "big", "-o", "out.conf", static_cast<char *>(nullptr));
+        _exit(127);
+    }
+    int status = 0;
+    while (waitpid(pid, &status, WNOHANG) == 0) {
+        for (const std::string &temp : tempFiles(dir.path())) {
+            const std::string path = dir.path() + "/" + temp;
+            struct stat info;
+            if (stat(path.c_str(), &info) != 0 || info.st_size == 0) continue;
+            kill(pid, SIGSTOP);
+            waitpid(pid, &status, WUNTRACED);
+            if (WIFSTOPPED(status) && stat(path.c_str(), &info) == 0) return true;  // not renamed yet
+            kill(pid, SIGCONT);
+        }
+        sched_yield();
+    }
+    waitpid(pid, &status, 0);
+    return false;
+}
+
 TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
     std::string big;  // large enough that writing it takes a while
     for (int i = 0; i < 200000; ++i) big += "key" + std::to_string(i) + " a value of some length\n";
@@ -399,25 +428,18 @@ TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
     // goes on.
     const std::pair<int, bool> cases[] = {{SIGINT, false}, {SIGTERM, false}, {SIGHUP, false}, {SIGHUP, true}};
     for (const auto &[sig, ignored] : cases) {
-        makeFile(at("out.conf"), "old\n", 0644);
-        pid_t pid = fork();
-        if (pid == 0) {
-            if (ignored) signal(sig, SIG_IGN);
-            if (chdir(dir.path().c_str()) != 0) _exit(127);
-            execl(TESKPF_TOOL, TESKPF_TOOL, "fmt", "big", "-o", "out.conf", static_cast<char *>(nullptr));
-            _exit(127);
+        SCOPED_TRACE(strsignal(sig));
+        pid_t pid = 0;
+        bool caught = false;
+        for (int attempt = 0; attempt < 20 && !caught; ++attempt) {
+            makeFile(at("out.conf"), "old\n", 0644);
+            caught = stoppedWhileWriting(dir, pid, sig, ignored);
         }
-        // Wait until the save is writing its temporary file, then signal.
+        ASSERT_TRUE(caught) << "the tool always ended before it could be signalled";
+        // Pending while stopped, the signal arrives as soon as it goes on.
+        kill(pid, sig);
+        kill(pid, SIGCONT);
         int status = 0;
-        bool signalled = false;
-        while (!signalled && waitpid(pid, &status, WNOHANG) == 0) {
-            for (const std::string &temp : tempFiles(dir.path())) {
-                struct stat info;
-                if (stat(at(temp).c_str(), &info) == 0 && info.st_size > 0) signalled = kill(pid, sig) == 0;
-            }
-            sched_yield();
-        }
-        ASSERT_TRUE(signalled) << "the tool ended before it could be signalled";
         waitpid(pid, &status, 0);
         EXPECT_TRUE(ignored ? WIFEXITED(status) && WEXITSTATUS(status) == 0 : WIFSIGNALED(status) && WTERMSIG(status) == sig)
             << status;
