@@ -69,7 +69,7 @@ struct Reference {
         std::vector<std::string> files = teskpf::findParameterFiles(name);
         bool first = true;
         for (auto file = files.rbegin(); file != files.rend(); ++file) {
-            std::string text;
+            teskpf::FileText text;
             int error = 0;
             teskpf::readFileText(*file, text, error);
             EntryList entries = teskpf::entryRecords(teskpf::ParsedFile(*file, std::move(text)), first, tables);

@@ -17,8 +17,8 @@ namespace teskpf {
 
 namespace {
 
-std::string readOrThrow(const std::string &path) {
-    std::string text;
+FileText readOrThrow(const std::string &path) {
+    FileText text;
     int error = 0;
     if (!readFileText(path, text, error)) {
         std::error_code code(error, std::generic_category());
@@ -29,7 +29,7 @@ std::string readOrThrow(const std::string &path) {
 
 // Parses the files and builds the document; the core's std::string errors
 // become teskpf::Error naming the file being read.
-std::unique_ptr<detail::DocumentData> build(std::vector<std::string> names, const std::vector<std::string> &texts) {
+std::unique_ptr<detail::DocumentData> build(std::vector<std::string> names, const std::vector<FileText> &texts) {
     auto data = std::make_unique<detail::DocumentData>();
     std::vector<ParsedFile> files;
     files.reserve(names.size());
@@ -63,7 +63,7 @@ Document Document::load(std::string_view name) {
         throw IoError("no parameter file '" + std::string(name) + "' along the search path " + searchPath(),
                       std::string(name), code);
     }
-    std::vector<std::string> texts;
+    std::vector<FileText> texts;
     texts.reserve(names.size());
     for (const std::string &file : names) texts.push_back(readOrThrow(file));
     return Document(build(std::move(names), texts));
@@ -72,7 +72,7 @@ Document Document::load(std::string_view name) {
 Document Document::loadFile(const std::string &path) { return Document(build({path}, {readOrThrow(path)})); }
 
 Document Document::parse(std::string_view text, std::string_view name) {
-    Document document(build({std::string(name)}, {std::string(text)}));
+    Document document(build({std::string(name)}, {FileText(text)}));
     document.data_->files.clear();
     return document;
 }

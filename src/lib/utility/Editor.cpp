@@ -52,9 +52,9 @@ std::vector<std::pair<LayoutNoteKind, uint32_t>> layoutOf(const ParsedFile &pars
     return out;
 }
 
-std::unique_ptr<ParsedFile> parse(const std::string &name, std::string text) {
+std::unique_ptr<ParsedFile> parse(const std::string &name, std::string_view text) {
     try {
-        return std::make_unique<ParsedFile>(name, std::move(text));
+        return std::make_unique<ParsedFile>(name, text);
     } catch (const std::string &message) {
         throw Error(message, name);
     }
@@ -373,12 +373,12 @@ Editor &Editor::operator=(Editor &&) noexcept = default;
 Editor::~Editor() = default;
 
 Editor Editor::open(const std::string &path) {
-    std::string text;
+    FileText text;
     int error = 0;
     if (!readFileText(path, text, error))
         throw IoError("cannot read '" + path + "': " + std::generic_category().message(error), path,
                       std::error_code(error, std::generic_category()));
-    return Editor(path, std::move(text));
+    return Editor(path, std::string(text.view()));
 }
 
 Editor Editor::openLocked(const std::string &path) {

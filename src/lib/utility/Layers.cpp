@@ -27,7 +27,7 @@ Layer readLayer(const std::string &path, const std::string &source) {
     Layer layer;
     layer.path = path;
     layer.source = source;
-    std::string text;
+    FileText text;
     int error = 0;
     if (!readFileText(path, text, error))
         throw IoError("cannot read " + path + ": " + std::generic_category().message(error), path,

@@ -52,13 +52,24 @@ std::string replaceAll(std::string_view text, std::string_view from, std::string
 
 namespace {
 
-// Index of the first "#" that starts a comment, or npos. A "#" right after a
-// backslash is escaped; only that one preceding character is looked at.
-size_t commentStart(std::string_view line) {
+// Where the comment starts: the first "#" not right after a backslash (only
+// that one preceding character is looked at), or npos; and the last escaped
+// "#" before it, or npos.
+struct HashMarks {
+    size_t comment = std::string_view::npos;
+    size_t last_escaped = std::string_view::npos;
+};
+
+HashMarks hashMarks(std::string_view line) {
+    HashMarks marks;
     for (size_t i = line.find('#'); i != std::string_view::npos; i = line.find('#', i + 1)) {
-        if (i == 0 || line[i - 1] != '\\') return i;
+        if (i == 0 || line[i - 1] != '\\') {
+            marks.comment = i;
+            break;
+        }
+        marks.last_escaped = i;
     }
-    return std::string_view::npos;
+    return marks;
 }
 
 // The annotation text at the start of `comment` (which begins with "#"):
@@ -93,7 +104,8 @@ size_t firstBlankOrTab(std::string_view text) {
 
 LineSpans splitLine(std::string_view line, bool in_list) {
     LineSpans spans;
-    size_t hash = commentStart(line);
+    const HashMarks marks = hashMarks(line);
+    const size_t hash = marks.comment;
     // Tabs count as blanks, and trimming removes both, so the key/value part
     // is trimmed as written and its first blank or tab ends the key.
     std::string_view text = trimmedWhiteSpace(line.substr(0, hash));
@@ -104,16 +116,16 @@ LineSpans splitLine(std::string_view line, bool in_list) {
         spans.key = text.substr(0, blank);
         if (blank != std::string_view::npos) spans.value = trimmedWhiteSpace(text.substr(blank));
     }
+    // Every "#" before the comment is escaped; the value holds one when the
+    // last of them lies within it.
+    const bool escape_in_value = !spans.value.empty() && marks.last_escaped != std::string_view::npos &&
+                                 marks.last_escaped > static_cast<size_t>(spans.value.data() - line.data());
+    spans.value_verbatim = !escape_in_value && spans.value.find('\t') == std::string_view::npos;
     if (hash != std::string_view::npos) {
         spans.comment = line.substr(hash);
         spans.constraints = trimmedWhiteSpace(annotation(spans.comment));
     }
     return spans;
-}
-
-bool valueIsVerbatim(std::string_view written_value) {
-    return written_value.find('\t') == std::string_view::npos &&
-           written_value.find("\\#") == std::string_view::npos;
 }
 
 std::string readValue(std::string_view written_value) {
@@ -134,7 +146,7 @@ std::string_view readComment(const LineSpans &spans, std::string &buffer) {
 void lexLine(std::string_view line, bool in_list, LineFields &out) {
     LineSpans spans = splitLine(line.substr(0, line.find('\0')), in_list);
     out.key = spans.key;
-    if (valueIsVerbatim(spans.value)) {
+    if (spans.value_verbatim) {
         out.value = spans.value;
     } else {
         out.value_text = readValue(spans.value);

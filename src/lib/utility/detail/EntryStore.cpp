@@ -1,5 +1,6 @@
 #include "detail/EntryStore.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -26,23 +27,30 @@ std::string_view lineDigits(uint32_t line, char (&digits)[16]) {
     return std::string_view(digits, static_cast<size_t>(end - digits));
 }
 
+// Room for a key path component and the bytes a word-sized load may read
+// past it.
+struct ComponentBuffer {
+    static constexpr size_t kRoom = 64;
+    char bytes[kRoom + 8];
+};
+
 // Entry `entry`'s key path component, written into `buffer` when it fits:
 // ["name"] or [position]. Empty when it does not fit.
-std::string_view componentText(const ParsedFile &file, const FileEntry &entry, char (&buffer)[64]) {
-    char *end = buffer + sizeof buffer;
+std::string_view componentText(const ParsedFile &file, const FileEntry &entry, ComponentBuffer &buffer) {
+    char *end = buffer.bytes + ComponentBuffer::kRoom;
     if (entry.position >= 0)
         return std::string_view(writeListComponentBefore(end, entry.position), listComponentSize(entry.position));
     std::string_view name = file.key(entry);
-    if (namedComponentSize(name) > sizeof buffer) return {};
+    if (namedComponentSize(name) > ComponentBuffer::kRoom) return {};
     return std::string_view(writeNamedComponentBefore(end, name), namedComponentSize(name));
 }
 
 // Feeds entry `entry`'s component into `hash` and returns its length.
 size_t feedComponent(PathHash &hash, const ParsedFile &file, const FileEntry &entry) {
-    char buffer[64];
+    ComponentBuffer buffer{};
     std::string_view component = componentText(file, entry, buffer);
     if (!component.empty()) {
-        hash.feed(component);
+        hash.feedPadded(component.data(), component.size());
         return component.size();
     }
     hash.feedNamed(file.key(entry));  // a long name, in pieces
@@ -61,10 +69,10 @@ Store::Store(const std::vector<std::string> &search_list) {
     // comment lines are kept.
     for (auto name = search_list.rbegin(); name != search_list.rend(); ++name) {
         // A file that cannot be read contributes nothing.
-        std::string text;
+        FileText text;
         int error = 0;
         readFileText(*name, text, error);
-        file_bytes += text.size();
+        file_bytes += text.view().size();
         addFile(ParsedFile(*name, std::move(text)), first, key_bytes, file_bytes);
         first = false;
     }
@@ -123,15 +131,22 @@ std::vector<uint64_t> Store::pathHashes(const ParsedFile &file, size_t &key_byte
 }
 
 void Store::registerConstraints(const ParsedFile &file) {
-    // Neighbouring lines mostly carry the same annotation: look a text up once.
-    std::string_view last;
-    bool any = false;
+    // A file uses few annotation texts, over and over: the last few seen are
+    // compared before the table is searched.
+    constexpr size_t kRecent = 4;
+    std::string_view recent[kRecent];
+    size_t next_recent = 0;
+    bool empty_seen = false;
     for (const FileEntry &entry : file.entries()) {
         if (entry.kind == EntryKind::Note) continue;
-        std::string_view text = entry.constraints_size == 0 ? std::string_view() : file.constraints(entry);
-        if (any && text == last) continue;
-        last = text;
-        any = true;
+        const std::string_view text = file.constraints(entry);
+        if (text.empty()) {
+            if (empty_seen) continue;
+            empty_seen = true;
+        } else {
+            if (std::find(std::begin(recent), std::end(recent), text) != std::end(recent)) continue;
+            recent[next_recent++ % kRecent] = text;
+        }
         if (constraint_tables.count(text) != 0) continue;
         std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(text);
         if (table) constraint_tables.emplace(text, std::move(*table));

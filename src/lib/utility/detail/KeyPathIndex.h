@@ -34,6 +34,21 @@ public:
         for (; i + 8 <= bytes.size(); i += 8) mixWord(loadWord(bytes.data() + i));
         take(bytes.data() + i, bytes.size() - i);
     }
+    // Feeds `size` bytes at `at`, where at least 7 more bytes can be read
+    // past the end: the same hash as feed(), in word-sized loads.
+    void feedPadded(const char *at, size_t size) {
+        length += size;
+        while (size > 0) {
+            const size_t count = std::min<size_t>(size, 8 - pending_bytes);
+            uint64_t word = loadWord(at);
+            if (count < 8) word &= (uint64_t{1} << (8 * count)) - 1;
+            pending |= word << (8 * pending_bytes);
+            pending_bytes += static_cast<unsigned>(count);
+            at += count;
+            size -= count;
+            if (pending_bytes == 8) mixWord(pending);
+        }
+    }
     // Feeds the component ["name"], as KeyPath.h writes it.
     void feedNamed(std::string_view name) {
         feed("[\"");
@@ -53,10 +68,9 @@ public:
 private:
     // Appends `count` (below 8 - pending_bytes) bytes to the pending word.
     void take(const char *at, size_t count) {
-        if (count == 0) return;
-        char bytes[8] = {};
-        std::memcpy(bytes, at, count);
-        pending |= loadWord(bytes) << (8 * pending_bytes);
+        // Byte by byte: a call to memcpy for a few bytes costs more.
+        for (size_t i = 0; i < count; ++i)
+            pending |= uint64_t{static_cast<unsigned char>(at[i])} << (8 * (pending_bytes + i));
         pending_bytes += static_cast<unsigned>(count);
     }
     void mixWord(uint64_t word) {
@@ -65,7 +79,7 @@ private:
         pending = 0;
         pending_bytes = 0;
     }
-    // Eight bytes, the first in the lowest bits, as takeByte assembles them.
+    // Eight bytes, the first in the lowest bits, as take() assembles them.
     static uint64_t loadWord(const char *at) {
         uint64_t word;
         std::memcpy(&word, at, sizeof word);

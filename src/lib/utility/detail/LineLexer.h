@@ -16,6 +16,7 @@ struct LineSpans {
     std::string_view value;        // as written, trimmed; may hold tabs and "\#"
     std::string_view comment;      // from the comment's "#" to the line's end; "" without one
     std::string_view constraints;  // the annotation text, trimmed: a part of `comment`
+    bool value_verbatim = true;    // the value reads as written: no tab, no "\#" (see readValue)
 };
 
 // Splits `line` (which holds no NUL character) into its spans. With
@@ -24,8 +25,7 @@ struct LineSpans {
 LineSpans splitLine(std::string_view line, bool in_list);
 
 // The value as read from its written form: tabs become blanks and the
-// backslash before each "#" is dropped. Verbatim when neither occurs.
-bool valueIsVerbatim(std::string_view written_value);
+// backslash before each "#" is dropped.
 std::string readValue(std::string_view written_value);
 
 // The comment field of a line: the comment trimmed or, when it carries an

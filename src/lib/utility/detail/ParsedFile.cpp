@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,14 +32,26 @@ Span spanIn(std::string_view text, std::string_view part) {
 
 }  // namespace
 
-ParsedFile::ParsedFile(std::string name, std::string text)
-    : name_(std::move(name)), text_(std::make_shared<const std::string>(std::move(text))) {
-    if (text_->size() >= UINT32_MAX) throw name_ + ": the file is 4 GiB or larger; parameter files must be smaller";
+FileText::FileText(std::string_view bytes) : FileText(withCapacity(bytes.size())) {
+    if (!bytes.empty()) std::memcpy(bytes_.get(), bytes.data(), bytes.size());
+    size_ = bytes.size();
+}
+
+FileText FileText::withCapacity(size_t capacity) {
+    FileText text;
+    // new char[] leaves the bytes uninitialised: a reader fills them.
+    text.bytes_.reset(new char[std::max<size_t>(capacity, 1)]);
+    text.capacity_ = capacity;
+    return text;
+}
+
+ParsedFile::ParsedFile(std::string name, FileText text) : name_(std::move(name)), text_(std::move(text)) {
+    if (text_.view().size() >= UINT32_MAX) throw name_ + ": the file is 4 GiB or larger; parameter files must be smaller";
     parse();
 }
 
 void ParsedFile::parse() {
-    const std::string_view text = *text_;
+    const std::string_view text = text_.view();
     std::vector<OpenBlock> open{{-1, 0, false, 0}};
     // Most files hold no NUL byte: one look at the whole text spares one per line.
     const bool has_nul = text.find('\0') != std::string_view::npos;
@@ -102,7 +115,7 @@ void ParsedFile::parse() {
 
         entry.key = spanIn(text, spans.key);
         entry.value = spanIn(text, spans.value);
-        entry.value_verbatim = valueIsVerbatim(spans.value);
+        entry.value_verbatim = spans.value_verbatim;
         if (block.is_list) entry.position = open.back().next_position++;
         BlockKind opened = blockOpenedBy(spans.value);
         entry.kind = opened == BlockKind::Arr   ? EntryKind::ArrOpen
@@ -152,7 +165,10 @@ std::string_view ParsedFile::comment(const FileEntry &entry, std::string &buffer
     return readComment(spansOf(entry), buffer);
 }
 
-std::string_view ParsedFile::constraints(const FileEntry &entry) const { return spansOf(entry).constraints; }
+std::string_view ParsedFile::constraints(const FileEntry &entry) const {
+    // The annotation starts right after the comment's "#".
+    return entry.constraints_size == 0 ? std::string_view() : text().substr(entry.comment.begin + 1, entry.constraints_size);
+}
 
 void ParsedFile::appendComponent(std::string &path, size_t index) const {
     const FileEntry &entry = entries_[index];
@@ -183,8 +199,8 @@ std::string ParsedFile::keyPath(size_t index) const {
     return path;
 }
 
-bool readFileText(const std::string &path, std::string &text, int &error) {
-    text.clear();
+bool readFileText(const std::string &path, FileText &text, int &error) {
+    text = FileText();
     error = 0;
     // O_NONBLOCK: opening a FIFO must not wait for a writer.
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -203,12 +219,16 @@ bool readFileText(const std::string &path, std::string &text, int &error) {
     }
     // One byte more than the file holds, so that reading to its end needs no
     // second, larger buffer.
-    text.resize(static_cast<size_t>(info.st_size) + 1);
+    FileText read = FileText::withCapacity(static_cast<size_t>(info.st_size) + 1);
     size_t filled = 0;
     for (;;) {
-        // The file may have grown since fstat.
-        if (filled == text.size()) text.resize(std::max<size_t>(4096, text.size() * 2));
-        ssize_t got = ::read(fd, text.data() + filled, text.size() - filled);
+        if (filled == read.capacity()) {
+            // The file has grown since fstat.
+            FileText larger = FileText::withCapacity(std::max<size_t>(4096, read.capacity() * 2));
+            std::memcpy(larger.data(), read.data(), filled);
+            read = std::move(larger);
+        }
+        ssize_t got = ::read(fd, read.data() + filled, read.capacity() - filled);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) {
             error = got < 0 ? errno : 0;
@@ -217,9 +237,10 @@ bool readFileText(const std::string &path, std::string &text, int &error) {
         filled += static_cast<size_t>(got);
     }
     ::close(fd);
-    text.resize(filled);
-    if (error != 0) text.clear();
-    return error == 0;
+    if (error != 0) return false;
+    read.resize(filled);
+    text = std::move(read);
+    return true;
 }
 
 }  // namespace teskpf

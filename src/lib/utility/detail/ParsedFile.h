@@ -15,6 +15,27 @@
 
 namespace teskpf {
 
+// The bytes of one file, never changed once read; copies share them.
+class FileText {
+public:
+    FileText() = default;
+    // A copy of `bytes`.
+    FileText(std::string_view bytes);
+    // Room for `capacity` bytes, left uninitialised for a reader to fill.
+    static FileText withCapacity(size_t capacity);
+
+    std::string_view view() const { return std::string_view(bytes_.get(), size_); }
+    size_t capacity() const { return capacity_; }
+    char *data() { return bytes_.get(); }
+    // Keeps the first `size` bytes (at most capacity()).
+    void resize(size_t size) { size_ = size; }
+
+private:
+    std::shared_ptr<char[]> bytes_;
+    size_t size_ = 0;
+    size_t capacity_ = 0;
+};
+
 // A part of the file's text.
 struct Span {
     uint32_t begin = 0;
@@ -69,12 +90,13 @@ public:
     // Parses `text` read from the file called `name`. Throws a std::string for
     // a key-less line in an associative block, for a text of 4 GiB or more and
     // for more lines than an int counts.
-    ParsedFile(std::string name, std::string text);
+    ParsedFile(std::string name, FileText text);
+    ParsedFile(std::string name, std::string_view text) : ParsedFile(std::move(name), FileText(text)) {}
 
     // The file's name as given, as it appears in sources ("name:line").
     const std::string &name() const { return name_; }
     // The whole text, byte for byte.
-    std::string_view text() const { return *text_; }
+    std::string_view text() const { return text_.view(); }
     // The entries, in file order; a block's members follow its opening.
     const std::vector<FileEntry> &entries() const { return entries_; }
     const std::vector<LayoutNote> &notes() const { return notes_; }
@@ -106,7 +128,7 @@ private:
     LineSpans spansOf(const FileEntry &entry) const;
 
     std::string name_;
-    std::shared_ptr<const std::string> text_;
+    FileText text_;
     std::vector<FileEntry> entries_;
     std::vector<LayoutNote> notes_;
     uint32_t line_count_ = 0;
@@ -116,6 +138,6 @@ private:
 // Reads the file at `path` whole (open, fstat, read). Returns false, leaving
 // `text` empty, when it cannot be opened or is not a regular file; `error`
 // then holds the errno value.
-bool readFileText(const std::string &path, std::string &text, int &error);
+bool readFileText(const std::string &path, FileText &text, int &error);
 
 }  // namespace teskpf
