@@ -27,34 +27,20 @@ std::string_view lineDigits(uint32_t line, char (&digits)[16]) {
     return std::string_view(digits, static_cast<size_t>(end - digits));
 }
 
-// Room for a key path component and the bytes a word-sized load may read
-// past it.
-struct ComponentBuffer {
-    static constexpr size_t kRoom = 64;
-    char bytes[kRoom + 8];
-};
-
-// Entry `entry`'s key path component, written into `buffer` when it fits:
-// ["name"] or [position]. Empty when it does not fit.
-std::string_view componentText(const ParsedFile &file, const FileEntry &entry, ComponentBuffer &buffer) {
-    char *end = buffer.bytes + ComponentBuffer::kRoom;
-    if (entry.position >= 0)
-        return std::string_view(writeListComponentBefore(end, entry.position), listComponentSize(entry.position));
-    std::string_view name = file.key(entry);
-    if (namedComponentSize(name) > ComponentBuffer::kRoom) return {};
-    return std::string_view(writeNamedComponentBefore(end, name), namedComponentSize(name));
-}
-
-// Feeds entry `entry`'s component into `hash` and returns its length.
+// Feeds entry `entry`'s key path component into `hash` and returns its
+// length: ["name"] read from the file's text, or [position].
 size_t feedComponent(PathHash &hash, const ParsedFile &file, const FileEntry &entry) {
-    ComponentBuffer buffer{};
-    std::string_view component = componentText(file, entry, buffer);
-    if (!component.empty()) {
-        hash.feedPadded(component.data(), component.size());
-        return component.size();
+    if (entry.position >= 0) {
+        // Room for the widest position and the bytes feedPadded may read past it.
+        char buffer[kListComponentRoom + 8] = {};
+        char *end = buffer + kListComponentRoom;
+        const size_t size = listComponentSize(entry.position);
+        hash.feedPadded(writeListComponentBefore(end, entry.position), size);
+        return size;
     }
-    hash.feedNamed(file.key(entry));  // a long name, in pieces
-    return namedComponentSize(file.key(entry));
+    const std::string_view name = file.key(entry);
+    hash.feedNamedPadded(name);
+    return namedComponentSize(name);
 }
 
 }  // namespace

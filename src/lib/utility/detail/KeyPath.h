@@ -27,6 +27,9 @@ inline void appendListComponent(std::string &path, long position) {
 // component back, at its exact size.
 inline size_t namedComponentSize(std::string_view name) { return name.size() + 4; }
 
+// Room enough for the list component of any position.
+constexpr size_t kListComponentRoom = 24;
+
 inline size_t listComponentSize(long position) {
     size_t digits = position < 0 ? 2 : 1;
     for (long rest = position; rest >= 10 || rest <= -10; rest /= 10) ++digits;
@@ -72,7 +75,7 @@ inline size_t namedComponentAtEnd(std::string_view path, std::string_view name) 
 }
 
 inline size_t listComponentAtEnd(std::string_view path, long position) {
-    char component[24];
+    char component[kListComponentRoom];
     char *end = component + sizeof component;
     const size_t size = listComponentSize(position);
     const char *begin = writeListComponentBefore(end, position);

@@ -35,25 +35,19 @@ public:
         take(bytes.data() + i, bytes.size() - i);
     }
     // Feeds `size` bytes at `at`, where at least 7 more bytes can be read
-    // past the end: the same hash as feed(), in word-sized loads.
+    // past the end (see FileText): the same hash as feed(), in word-sized loads.
     void feedPadded(const char *at, size_t size) {
         length += size;
-        while (size > 0) {
-            const size_t count = std::min<size_t>(size, 8 - pending_bytes);
-            uint64_t word = loadWord(at);
-            if (count < 8) word &= (uint64_t{1} << (8 * count)) - 1;
-            pending |= word << (8 * pending_bytes);
-            pending_bytes += static_cast<unsigned>(count);
-            at += count;
-            size -= count;
-            if (pending_bytes == 8) mixWord(pending);
-        }
+        for (; size >= 8; at += 8, size -= 8) put(loadWord(at), 8);
+        if (size > 0) put(loadWord(at) & ((uint64_t{1} << (8 * size)) - 1), static_cast<unsigned>(size));
     }
-    // Feeds the component ["name"], as KeyPath.h writes it.
-    void feedNamed(std::string_view name) {
-        feed("[\"");
-        feed(name);
-        feed("\"]");
+    // Feeds the component ["name"], as KeyPath.h writes it, for a name that
+    // can be read past its end as feedPadded() needs.
+    void feedNamedPadded(std::string_view name) {
+        length += 4;
+        put(uint64_t{'['} | uint64_t{'"'} << 8, 2);
+        feedPadded(name.data(), name.size());
+        put(uint64_t{'"'} | uint64_t{']'} << 8, 2);
     }
     // The hash, its bits mixed so that both halves depend on every byte.
     uint64_t value() const {
@@ -72,6 +66,19 @@ private:
         for (size_t i = 0; i < count; ++i)
             pending |= uint64_t{static_cast<unsigned char>(at[i])} << (8 * (pending_bytes + i));
         pending_bytes += static_cast<unsigned>(count);
+    }
+    // Appends the `count` (1 to 8) low bytes of `word`, whose other bytes
+    // are zero, mixing the pending word once it is full.
+    void put(uint64_t word, unsigned count) {
+        const unsigned had = pending_bytes;
+        pending |= word << (8 * had);
+        if (had + count < 8) {
+            pending_bytes = had + count;
+            return;
+        }
+        mixWord(pending);
+        pending = had == 0 ? 0 : word >> (8 * (8 - had));
+        pending_bytes = had + count - 8;
     }
     void mixWord(uint64_t word) {
         state = ((state ^ (word * 0x9E3779B97F4A7C15ULL)) << 31 | (state ^ (word * 0x9E3779B97F4A7C15ULL)) >> 33) *

@@ -34,15 +34,21 @@ Span spanIn(std::string_view text, std::string_view part) {
 
 FileText::FileText(std::string_view bytes) : FileText(withCapacity(bytes.size())) {
     if (!bytes.empty()) std::memcpy(bytes_.get(), bytes.data(), bytes.size());
-    size_ = bytes.size();
+    resize(bytes.size());
 }
 
 FileText FileText::withCapacity(size_t capacity) {
     FileText text;
     // new char[] leaves the bytes uninitialised: a reader fills them.
-    text.bytes_.reset(new char[std::max<size_t>(capacity, 1)]);
+    text.bytes_.reset(new char[capacity + kPadding]);
     text.capacity_ = capacity;
+    text.resize(0);
     return text;
+}
+
+void FileText::resize(size_t size) {
+    size_ = size;
+    std::memset(bytes_.get() + size, 0, kPadding);
 }
 
 ParsedFile::ParsedFile(std::string name, FileText text) : name_(std::move(name)), text_(std::move(text)) {

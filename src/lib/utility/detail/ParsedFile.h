@@ -15,9 +15,13 @@
 
 namespace teskpf {
 
-// The bytes of one file, never changed once read; copies share them.
+// The bytes of one file, never changed once read; copies share them. Zero
+// bytes follow the text, kPadding of them, so that any part of it can be
+// read in 8-byte words.
 class FileText {
 public:
+    static constexpr size_t kPadding = 8;
+
     FileText() = default;
     // A copy of `bytes`.
     FileText(std::string_view bytes);
@@ -28,7 +32,7 @@ public:
     size_t capacity() const { return capacity_; }
     char *data() { return bytes_.get(); }
     // Keeps the first `size` bytes (at most capacity()).
-    void resize(size_t size) { size_ = size; }
+    void resize(size_t size);
 
 private:
     std::shared_ptr<char[]> bytes_;
