@@ -107,14 +107,16 @@ LineSpans splitLine(std::string_view line, bool in_list) {
     const HashMarks marks = hashMarks(line);
     const size_t hash = marks.comment;
     // Tabs count as blanks, and trimming removes both, so the key/value part
-    // is trimmed as written and its first blank or tab ends the key.
-    std::string_view text = trimmedWhiteSpace(line.substr(0, hash));
+    // is trimmed as written and its first blank or tab ends the key. The line
+    // is trimmed already: only the white space before a comment is left.
+    std::string_view text = hash == std::string_view::npos ? line : trimmedEnd(line.substr(0, hash));
     if (in_list) {
         spans.value = text;
     } else {
         size_t blank = firstBlankOrTab(text);
         spans.key = text.substr(0, blank);
-        if (blank != std::string_view::npos) spans.value = trimmedWhiteSpace(text.substr(blank));
+        // The text ends in a non-blank, so a value follows the blank.
+        if (blank != std::string_view::npos) spans.value = trimmedStart(text.substr(blank));
     }
     // Every "#" before the comment is escaped; the value holds one when the
     // last of them lies within it.
@@ -144,7 +146,7 @@ std::string_view readComment(const LineSpans &spans, std::string &buffer) {
 }
 
 void lexLine(std::string_view line, bool in_list, LineFields &out) {
-    LineSpans spans = splitLine(line.substr(0, line.find('\0')), in_list);
+    LineSpans spans = splitLine(trimmed(line), in_list);
     out.key = spans.key;
     if (spans.value_verbatim) {
         out.value = spans.value;

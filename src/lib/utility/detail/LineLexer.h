@@ -19,9 +19,10 @@ struct LineSpans {
     bool value_verbatim = true;    // the value reads as written: no tab, no "\#" (see readValue)
 };
 
-// Splits `line` (which holds no NUL character) into its spans. With
-// `in_list` set (a line inside a list block) there is no key: the whole text
-// before the comment is the value.
+// Splits `line` into its spans: a line as the block reader hands it over,
+// holding no NUL character and no white space at either end. With `in_list`
+// set (a line inside a list block) there is no key: the whole text before the
+// comment is the value.
 LineSpans splitLine(std::string_view line, bool in_list);
 
 // The value as read from its written form: tabs become blanks and the
@@ -53,15 +54,19 @@ void lexLine(std::string_view line, bool in_list, LineFields &out);
 // Trimming as the platform's strtrim does it: the text is cut at its first
 // NUL character, then white space is removed at both ends.
 std::string_view trimmed(std::string_view text);
-// White space removed at both ends, NUL characters left alone. Inline: the
-// line reader trims several parts of every line.
-inline std::string_view trimmedWhiteSpace(std::string_view text) {
+// White space removed at the start, at the end, or at both ends; NUL
+// characters left alone. Inline: the line reader trims parts of every line.
+inline std::string_view trimmedStart(std::string_view text) {
     size_t begin = 0;
-    size_t end = text.size();
-    while (begin < end && pf_isspace(static_cast<unsigned char>(text[begin]))) ++begin;
-    while (end > begin && pf_isspace(static_cast<unsigned char>(text[end - 1]))) --end;
-    return text.substr(begin, end - begin);
+    while (begin < text.size() && pf_isspace(static_cast<unsigned char>(text[begin]))) ++begin;
+    return text.substr(begin);
 }
+inline std::string_view trimmedEnd(std::string_view text) {
+    size_t end = text.size();
+    while (end > 0 && pf_isspace(static_cast<unsigned char>(text[end - 1]))) --end;
+    return text.substr(0, end);
+}
+inline std::string_view trimmedWhiteSpace(std::string_view text) { return trimmedEnd(trimmedStart(text)); }
 void trimInPlace(std::string &text);
 
 // Drops every backslash that stands right before a "#".

@@ -65,8 +65,10 @@ void ParsedFile::parse() {
     entries_.reserve(text.size() / 24 + 16);
     size_t pos = 0;
     uint32_t line = 0;
+    // Only a text of INT_MAX bytes or more can hold more lines than an int counts.
+    const bool count_lines = text.size() >= static_cast<size_t>(INT_MAX);
     while (pos < text.size()) {
-        if (line == static_cast<uint32_t>(INT_MAX))
+        if (count_lines && line == static_cast<uint32_t>(INT_MAX))
             throw name_ + ": more than " + std::to_string(INT_MAX) + " lines; the line counter cannot go on";
         size_t eol = text.find('\n', pos);
         if (eol == std::string_view::npos) eol = text.size();
