@@ -2,6 +2,8 @@
 #ifndef TESKPF_PF_COMPILE_H
 #define TESKPF_PF_COMPILE_H
 
+#include <teskpf/export.h>
+
 #include "pf_tbl.h"
 
 #ifdef __cplusplus
@@ -43,29 +45,29 @@ enum {
    the position of its first definition and the value of its last. Returns 0 on success, a negative PF_ERR_
    code otherwise; *pf is left untouched on failure. `text` is not kept.
    The tree belongs to the caller: release it with pffree. */
-int pfcompile(char *text, Pf **pf);
+TESKPF_API int pfcompile(char *text, Pf **pf);
 
 /* Releases a tree made by pfcompile. Accepts NULL. */
-void pffree(Pf *pf);
+TESKPF_API void pffree(Pf *pf);
 
 /* The node at `keypath` below `pf`, written as the library writes key paths:
    ["name"] for a named member, [n] (from 0) for a list member, chained, e.g.
    ["chan"]["list"][1]["x"]. The empty path is `pf` itself. NULL when absent,
    when the path is malformed or NULL, or when a component does not fit the
    block it applies to ([n] on an associative block, ["name"] on a list). */
-Pf *pfget(Pf *pf, const char *keypath);
+TESKPF_API Pf *pfget(Pf *pf, const char *keypath);
 
 /* The scalar value at `keypath`, or NULL when absent or not a scalar. */
-const char *pfvalue(Pf *pf, const char *keypath);
+TESKPF_API const char *pfvalue(Pf *pf, const char *keypath);
 
 /* Number of members of a block; 0 for a scalar or NULL. */
-long pfcount(const Pf *pf);
+TESKPF_API long pfcount(const Pf *pf);
 
 /* Member `i` of a block, or NULL. */
-Pf *pfchild(const Pf *pf, long i);
+TESKPF_API Pf *pfchild(const Pf *pf, long i);
 
 /* Name of member `i` of an associative block; NULL for a list or out of range. */
-const char *pfkey(const Pf *pf, long i);
+TESKPF_API const char *pfkey(const Pf *pf, long i);
 
 #ifdef __cplusplus
 }

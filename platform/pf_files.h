@@ -2,6 +2,8 @@
 #ifndef TESKPF_PF_FILES_H
 #define TESKPF_PF_FILES_H
 
+#include <teskpf/export.h>
+
 #include "pf_tbl.h"
 
 #ifdef __cplusplus
@@ -18,7 +20,7 @@ extern "C" {
    Returns NULL when there is none. The paths live as long as the list:
    release it with freetbl(list, 0). `flags` is reserved and must be 0.
    NULL also for a NULL or empty name or non-zero flags. */
-Tbl *pffiles(const char *name, int flags);
+TESKPF_API Tbl *pffiles(const char *name, int flags);
 
 #ifdef __cplusplus
 }

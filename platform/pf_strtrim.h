@@ -2,6 +2,8 @@
 #ifndef TESKPF_PF_STRTRIM_H
 #define TESKPF_PF_STRTRIM_H
 
+#include <teskpf/export.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -15,7 +17,7 @@ static inline int pf_isspace(int c) {
 
 /* Removes white space at both ends of `text` in place; the remaining text
    starts at the start of the buffer. Returns `text`. Accepts NULL. */
-char *strtrim(char *text);
+TESKPF_API char *strtrim(char *text);
 
 #ifdef __cplusplus
 }

@@ -3,12 +3,13 @@
 #pragma once
 
 #include <TeskPf.h>
+#include <teskpf/export.h>
 
 namespace teskpf {
 
 // The index of the entry whose annotation entry `index` is checked against:
 // its own, else its enclosing block's (one level); -1 when none applies or
 // the index is out of range.
-int annotatedEntry(const TeskPf &pf, int index);
+TESKPF_API int annotatedEntry(const TeskPf &pf, int index);
 
 }  // namespace teskpf

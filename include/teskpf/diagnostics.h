@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include <teskpf/export.h>
+
 namespace teskpf {
 
 enum class Severity { Error, Warning };
@@ -25,18 +27,18 @@ struct Diagnostic {
 };
 
 // "error" or "warning".
-const char *severityName(Severity severity);
+TESKPF_API const char *severityName(Severity severity);
 
 // The length of the valid UTF-8 sequence that starts at byte `at` of `text`;
 // 0 when none does (messages quote file bytes, which need not be UTF-8).
-std::size_t utf8SequenceLength(std::string_view text, std::size_t at);
+TESKPF_API std::size_t utf8SequenceLength(std::string_view text, std::size_t at);
 
 // Checks the file at `path` read alone. Throws IoError when it cannot be read.
-std::vector<Diagnostic> checkFile(const std::string &path);
+TESKPF_API std::vector<Diagnostic> checkFile(const std::string &path);
 
 // Checks every file of the parameter-file name `name` along PFPATH ("~"
 // expanded), and the values in effect once they are layered. Throws IoError
 // when the name resolves to no file or a file cannot be read.
-std::vector<Diagnostic> checkName(const std::string &name);
+TESKPF_API std::vector<Diagnostic> checkName(const std::string &name);
 
 }  // namespace teskpf

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include <teskpf/export.h>
 #include <teskpf/node.h>
 
 namespace teskpf {
@@ -17,7 +18,7 @@ namespace teskpf {
 // one, which the hook may rewrite; what is left in `to` is stored.
 using ChangeHook = std::function<void(std::string_view key, std::string_view from, std::string &to)>;
 
-class Document {
+class TESKPF_API Document {
 public:
     // Every file called `name` along the search path (PFPATH), a leading "~"
     // expanded; the name itself when the path holds none. Throws IoError when
@@ -69,7 +70,7 @@ public:
     void save(const std::string &path) const;
 
 private:
-    explicit Document(std::unique_ptr<detail::DocumentData> data);
+    TESKPF_LOCAL explicit Document(std::unique_ptr<detail::DocumentData> data);
     std::unique_ptr<detail::DocumentData> data_;
 };
 

@@ -16,12 +16,14 @@
 #include <memory>
 #include <string>
 
+#include <teskpf/export.h>
+
 namespace teskpf {
 
 class ParsedFile;
 class FileLock;
 
-class Editor {
+class TESKPF_API Editor {
 public:
     // Reads the file at `path`. Throws IoError when it cannot be read and
     // Error when it does not parse (a key-less line in an associative block).
@@ -87,7 +89,7 @@ public:
 
 private:
     Editor(std::string name, std::string text);
-    struct State;
+    struct TESKPF_LOCAL State;
     std::unique_ptr<State> state_;
 };
 

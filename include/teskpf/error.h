@@ -8,11 +8,13 @@
 #include <string>
 #include <system_error>
 
+#include <teskpf/export.h>
+
 namespace teskpf {
 
 // Base of all errors: the message, and the file and 1-based line it concerns
 // where there is one (file() empty and line() 0 otherwise).
-class Error : public std::runtime_error {
+class TESKPF_API Error : public std::runtime_error {
 public:
     explicit Error(const std::string &message, std::string file = {}, long line = 0)
         : std::runtime_error(message), file_(std::move(file)), line_(line) {}
@@ -28,7 +30,7 @@ private:
 
 // A file could not be read, written, locked or saved; code() says why
 // (an errno value in std::generic_category, or a teskpf reason).
-class IoError : public Error {
+class TESKPF_API IoError : public Error {
 public:
     IoError(const std::string &message, std::string file, std::error_code code)
         : Error(message, std::move(file)), code_(code) {}
@@ -41,7 +43,7 @@ private:
 
 // An edit was refused because its result would not read back as intended
 // (a line break in a value, a block marker, ...); nothing was changed.
-class EditError : public Error {
+class TESKPF_API EditError : public Error {
 public:
     using Error::Error;
 };

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <teskpf/export.h>
+
 namespace teskpf {
 
 // One definition of a key in one file.
@@ -29,6 +31,6 @@ struct KeyExplanation {
 // Explains `key_path` (e.g. ["digitizer"]["sample_rate"]) of the name `name`
 // along PFPATH. A key defined nowhere gives no definitions. Throws IoError
 // when the name resolves to no file or a file cannot be read.
-KeyExplanation explain(const std::string &name, const std::string &key_path);
+TESKPF_API KeyExplanation explain(const std::string &name, const std::string &key_path);
 
 }  // namespace teskpf

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include <teskpf/export.h>
+
 namespace teskpf {
 
 namespace detail {
@@ -47,7 +49,7 @@ struct Verdict {
 
 class MemberIterator;
 
-class Node {
+class TESKPF_API Node {
 public:
     // An empty node: operator bool false, every query answers "nothing".
     Node() = default;
@@ -147,7 +149,7 @@ struct Member {
 };
 
 // Walks the members of a block or the items of a list.
-class MemberIterator {
+class TESKPF_API MemberIterator {
 public:
     using iterator_category = std::forward_iterator_tag;
     using value_type = Member;

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include <teskpf/export.h>
+
 namespace teskpf {
 
 // Replaces the content of `path` atomically: writes a hidden temporary file
@@ -15,20 +17,20 @@ namespace teskpf {
 // a regular file, has several hard links, is a dangling link, or whose owner
 // and group the new file cannot keep. On any failure nothing changes and no
 // temporary file is left; throws IoError "cannot write 'PATH': REASON".
-void saveFile(const std::string &path, std::string_view content);
+TESKPF_API void saveFile(const std::string &path, std::string_view content);
 
 // Removes the temporary files that saves are writing at this moment. Async-
 // signal-safe: meant for a SIGINT/SIGTERM/SIGHUP handler of the application
 // (the library installs none). A save interrupted this way fails afterwards
 // if it goes on. Never fails.
-void removeTempFilesOnSignal() noexcept;
+TESKPF_API void removeTempFilesOnSignal() noexcept;
 
 // An advisory exclusive lock (flock) on one file, for read-modify-write: hold
 // it from before reading until after saveFile. Every process that edits the
 // file must take it. Because a save replaces the file, the lock re-checks
 // after acquiring that `path` still names the locked file and, if not, locks
 // the new one instead. Released when the object goes away.
-class FileLock {
+class TESKPF_API FileLock {
 public:
     // Blocks until the lock is held; throws IoError when `path` cannot be
     // opened for reading or is not a regular file.

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include <teskpf/export.h>
+
 namespace teskpf {
 
 // The files read for `name`, lowest precedence first (the last one wins each
@@ -12,14 +14,14 @@ namespace teskpf {
 // PFPATH or, when there are none, the name itself if it is a readable regular
 // file. Empty when nothing is found. Throws teskpf::Error when "~" cannot be
 // expanded (no home directory).
-std::vector<std::string> parameterFiles(std::string_view name);
+TESKPF_API std::vector<std::string> parameterFiles(std::string_view name);
 
 // `path` with a leading "~" replaced by the home directory, as every reader
 // and writer of the library does it (only the "~" itself: "~bob/x" becomes
 // HOME + "bob/x"). Throws teskpf::Error when there is no home directory.
-std::string homeExpanded(std::string_view path);
+TESKPF_API std::string homeExpanded(std::string_view path);
 
 // The search path as the lookup uses it: PFPATH, or "." when unset or empty.
-std::string searchPath();
+TESKPF_API std::string searchPath();
 
 }  // namespace teskpf

@@ -21,6 +21,8 @@
 #include "Table.h"
 #include "pf_compile.h"
 
+#include <teskpf/export.h>
+
 namespace teskpf::detail {
 class Store;
 }
@@ -51,7 +53,7 @@ struct TeskPf_Constraint {
     Table<std::string> string_enum;  // permitted words of a <str>(...) annotation
 };
 
-class TeskPf {
+class TESKPF_API TeskPf {
 public:
     // Reads every file called `string` along the search path ("~" expands to
     // the home directory). `type` must be 0; anything else throws
