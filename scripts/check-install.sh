@@ -7,7 +7,8 @@
 # `pkg-config --cflags --libs teskpf`. Then a CMake project that builds
 # TeskPf itself through add_subdirectory. Each consumer runs the
 # read/edit/write example on examples/station.pf, and the installed tool must
-# read the file it wrote.
+# read the file it wrote. The shared library must export the public API
+# (TESKPF_API) and none of the internals.
 #
 # Nothing sets LD_LIBRARY_PATH: the installed tool finds a shared library
 # through its $ORIGIN run path, the find_package consumer through the run
@@ -65,8 +66,30 @@ check_installed() {
   "$prefix/bin/teskpf" check "$dir/pkgconfig-edited.pf"
 }
 
+# check_exports LIBRARY: the dynamic symbols LIBRARY defines include the
+# public API and nothing of namespace teskpf::detail.
+check_exports() {
+  local exports
+  exports=$(nm -DC --defined-only "$1")
+  if grep 'teskpf::detail' <<<"$exports"; then
+    echo "check-install: $1 exports the internals above" >&2
+    return 1
+  fi
+  local symbol
+  for symbol in 'TeskPf::TeskPf(' 'TeskPf::getValue(' 'teskpf::Editor::open(' 'teskpf::Document::load(' \
+                'teskpf::saveFile(' 'typeinfo for teskpf::IoError' ' pfcompile' ' pffiles'; do
+    if ! grep -qF -- "$symbol" <<<"$exports"; then
+      echo "check-install: $1 does not export $symbol" >&2
+      return 1
+    fi
+  done
+}
+
 check_installed static -DBUILD_SHARED_LIBS=OFF
 check_installed shared -DBUILD_SHARED_LIBS=ON
+
+step "shared: exports"
+check_exports "$(find "$work/shared/prefix" -name libteskpf.so -print -quit)"
 
 step "add_subdirectory consumer"
 cmake -S "$root/tests/add-subdirectory" -B "$work/subdirectory" -DCMAKE_BUILD_TYPE=Release "${extra_options[@]}"

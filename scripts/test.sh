@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the regular build, the same suite under
-# AddressSanitizer and UndefinedBehaviorSanitizer, the installed-package check,
-# the Python package's tests, and short fuzz runs when clang is available.
+# AddressSanitizer and UndefinedBehaviorSanitizer with a shared library, the
+# installed-package check, the Python package's tests, and short fuzz runs
+# when clang is available.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
@@ -11,8 +12,11 @@ cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESKPF_BUILD_TESTS=ON -D
 cmake --build build -j "$jobs"
 ctest --test-dir build --output-on-failure -j "$jobs"
 
+# With a shared library: the tests that use only the public API then run
+# against exactly what it exports.
 echo "== sanitizer build and test"
-cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTESKPF_BUILD_TESTS=ON -DTESKPF_SANITIZE=ON -DTESKPF_WARNINGS_AS_ERRORS=ON
+cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTESKPF_BUILD_TESTS=ON -DTESKPF_SANITIZE=ON -DTESKPF_WARNINGS_AS_ERRORS=ON \
+  -DBUILD_SHARED_LIBS=ON
 cmake --build build-asan -j "$jobs"
 ctest --test-dir build-asan --output-on-failure -j "$jobs"
 
