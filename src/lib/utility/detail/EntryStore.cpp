@@ -98,20 +98,25 @@ std::vector<uint64_t> Store::pathHashes(const ParsedFile &file, size_t &key_byte
     };
     const std::vector<FileEntry> &file_entries = file.entries();
     std::vector<uint64_t> hashes(file_entries.size());
-    std::vector<Block> blocks;  // the open blocks, by level
+    // blocks[l]: the block most recently opened at level l, which encloses
+    // every member at level l + 1 that follows it.
+    std::vector<Block> blocks;
     for (size_t i = 0; i < file_entries.size(); ++i) {
         const FileEntry &entry = file_entries[i];
         if (entry.kind == EntryKind::Note) continue;
         const size_t level = static_cast<size_t>(entry.level);
-        blocks.resize(level);
-        Block block = level == 0 ? Block{PathHash(), 0} : blocks.back();
+        Block block = level == 0 ? Block{PathHash(), 0} : blocks[level - 1];
         block.length += feedComponent(block.hash, file, entry);
         key_bytes += block.length;
         if (key_bytes > budget)
             throw file.name() + ":" + std::to_string(entry.line) + ": key paths exceed " + std::to_string(budget) +
                 " bytes; blocks are nested too deeply";
         hashes[i] = block.hash.value();
-        if (entry.opensBlock()) blocks.push_back(block);
+        if (!entry.opensBlock()) continue;
+        if (level < blocks.size())
+            blocks[level] = block;
+        else
+            blocks.push_back(block);
     }
     return hashes;
 }
