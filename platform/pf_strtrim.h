@@ -12,7 +12,8 @@ extern "C" {
    vertical tab, form feed and carriage return (independent of the locale).
    Inline because the line reader asks it for nearly every character. */
 static inline int pf_isspace(int c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+    /* Tab, line feed, vertical tab, form feed and carriage return are 9 to 13. */
+    return c == ' ' || (unsigned)(c - '\t') <= (unsigned)('\r' - '\t');
 }
 
 /* Removes white space at both ends of `text` in place; the remaining text
