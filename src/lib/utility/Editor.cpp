@@ -60,21 +60,10 @@ std::unique_ptr<ParsedFile> parse(const std::string &name, std::string_view text
     }
 }
 
-// The key path of every entry ("" for notes), built parent first.
-std::vector<std::string> keyPathsOf(const ParsedFile &parsed) {
-    std::vector<std::string> paths(parsed.entries().size());
-    for (size_t i = 0; i < paths.size(); ++i) {
-        const FileEntry &e = parsed.entries()[i];
-        if (e.kind == EntryKind::Note) continue;
-        if (e.parent >= 0) paths[i] = paths[static_cast<size_t>(e.parent)];
-        parsed.appendComponent(paths[i], i);
-    }
-    return paths;
-}
-
-long lastWithPath(const std::vector<std::string> &paths, std::string_view path) {
-    for (size_t i = paths.size(); i-- > 0;)
-        if (paths[i] == path) return static_cast<long>(i);
+// The last entry whose key path is `path`, or -1.
+long lastWithPath(const ParsedFile &parsed, std::string_view path) {
+    for (size_t i = parsed.entries().size(); i-- > 0;)
+        if (parsed.hasKeyPath(i, path)) return static_cast<long>(i);
     return -1;
 }
 
@@ -120,7 +109,7 @@ struct Editor::State {
     const FileEntry &entry(size_t i) const { return entries()[i]; }
 
     size_t indexOfPath(const std::string &path, const std::string &what) const {
-        long found = lastWithPath(keyPathsOf(*parsed), path);
+        long found = lastWithPath(*parsed, path);
         if (found < 0) refuse(name, what, "there is no key " + path);
         return static_cast<size_t>(found);
     }
@@ -243,7 +232,6 @@ void Editor::State::add(const std::string &path, const std::string &value, const
         refuse(name, what, problem);
 
     // The longest prefix of the path that is there: the block to add into.
-    const std::vector<std::string> paths = keyPathsOf(*parsed);
     std::vector<std::string> prefixes(components.size());
     for (size_t i = 0; i < components.size(); ++i) {
         if (i > 0) prefixes[i] = prefixes[i - 1];
@@ -252,11 +240,11 @@ void Editor::State::add(const std::string &path, const std::string &value, const
         else
             appendNamedComponent(prefixes[i], components[i].name);
     }
-    if (lastWithPath(paths, prefixes.back()) >= 0) refuse(name, what, "the key is already there");
+    if (lastWithPath(*parsed, prefixes.back()) >= 0) refuse(name, what, "the key is already there");
     long parent = -1;
     size_t first_missing = 0;
     for (size_t i = components.size() - 1; i-- > 0;) {
-        long found = lastWithPath(paths, prefixes[i]);
+        long found = lastWithPath(*parsed, prefixes[i]);
         if (found < 0) continue;
         const bool want_list = components[i + 1].position >= 0;
         const EntryKind kind = entry(static_cast<size_t>(found)).kind;
@@ -344,7 +332,7 @@ void Editor::State::add(const std::string &path, const std::string &value, const
     splice(at, at, lines, what, [&](const ParsedFile &reread) {
         std::vector<Record> after = recordsOf(reread);
         if (after.size() != before_count + added) return false;
-        long found = lastWithPath(keyPathsOf(reread), path);
+        long found = lastWithPath(reread, path);
         if (found < 0 || after[static_cast<size_t>(found)].value != value) return false;
         size_t first_new = static_cast<size_t>(found) + 1 - added;
         after.erase(after.begin() + static_cast<long>(first_new), after.begin() + static_cast<long>(first_new + added));
@@ -395,7 +383,7 @@ bool Editor::changed() const { return state_->changed; }
 const std::string &Editor::name() const { return state_->name; }
 
 long Editor::lineOf(const std::string &key_path) const {
-    long found = lastWithPath(keyPathsOf(*state_->parsed), key_path);
+    long found = lastWithPath(*state_->parsed, key_path);
     return found < 0 ? -1 : static_cast<long>(state_->entry(static_cast<size_t>(found)).line);
 }
 

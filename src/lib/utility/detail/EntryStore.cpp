@@ -254,20 +254,7 @@ uint64_t Store::hashOf(StoredEntry at) const {
     return hash.value();
 }
 
-bool Store::pathEquals(StoredEntry at, std::string_view key) const {
-    // From the last component back, each compared with the end of the text.
-    const ParsedFile &file = files[at.file];
-    std::string_view rest = key;
-    for (int32_t x = static_cast<int32_t>(at.entry); x >= 0;) {
-        const FileEntry &entry = file.entries()[static_cast<size_t>(x)];
-        const size_t size = entry.position >= 0 ? listComponentAtEnd(rest, entry.position)
-                                                : namedComponentAtEnd(rest, file.key(entry));
-        if (size == 0) return false;
-        rest.remove_suffix(size);
-        x = entry.parent;
-    }
-    return rest.empty();
-}
+bool Store::pathEquals(StoredEntry at, std::string_view key) const { return files[at.file].hasKeyPath(at.entry, key); }
 
 bool Store::samePath(StoredEntry a, StoredEntry b) const {
     const ParsedFile &file_a = files[a.file];

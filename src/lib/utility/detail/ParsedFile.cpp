@@ -207,6 +207,20 @@ std::string ParsedFile::keyPath(size_t index) const {
     return path;
 }
 
+bool ParsedFile::hasKeyPath(size_t index, std::string_view path) const {
+    if (entries_[index].kind == EntryKind::Note) return path.empty();
+    // From the last component back, each compared with the end of the text.
+    for (int32_t at = static_cast<int32_t>(index); at >= 0;) {
+        const FileEntry &entry = entries_[static_cast<size_t>(at)];
+        const size_t size =
+            entry.position >= 0 ? listComponentAtEnd(path, entry.position) : namedComponentAtEnd(path, key(entry));
+        if (size == 0) return false;
+        path.remove_suffix(size);
+        at = entry.parent;
+    }
+    return path.empty();
+}
+
 bool readFileText(const std::string &path, FileText &text, int &error) {
     text = FileText();
     error = 0;

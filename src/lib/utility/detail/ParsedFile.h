@@ -122,6 +122,9 @@ public:
     std::string_view constraints(const FileEntry &entry) const;
     // The full key path, e.g. ["chan"]["list"][1]["x"]; "" for a note.
     std::string keyPath(size_t index) const;
+    // Whether keyPath(index) is `path`, compared component by component from
+    // the last one without building the path.
+    bool hasKeyPath(size_t index, std::string_view path) const;
     // Appends the key path component of entry `index`: ["name"] or [n].
     void appendComponent(std::string &path, size_t index) const;
     // The length of that component.
