@@ -1,7 +1,8 @@
-// Differential check of the classic handle against a plain reference model:
-// the six-text entry records of every file (entryRecords), merged by their key
-// path texts (mergeEntryLists) and looked up by text (KeyIndex). Both read the
-// same layered files; every query must answer alike.
+// Differential check of the classic handle and of teskpf::Document, both on
+// the library's store, against a plain reference model: the six-text entry
+// records of every file (entryRecords), merged by their key path texts
+// (mergeEntryLists) and looked up by text (KeyIndex). All read the same
+// layered files; every query must answer alike.
 #pragma once
 
 #include <cstdint>
@@ -13,16 +14,17 @@
 #include <string>
 #include <vector>
 
-#include "detail/BlockParser.h"
-#include "detail/ConstraintParser.h"
+#include <teskpf/document.h>
+#include <teskpf/error.h>
+
 #include "detail/FileSearch.h"
-#include "detail/KeyIndex.h"
 #include "detail/KeyPath.h"
-#include "detail/Merge.h"
 #include "TeskPf.h"
-#include "detail/TextGenerator.h"
 #include "detail/ValueCheck.h"
 #include "detail/ParsedFile.h"
+#include "support/EntryRecords.h"
+#include "support/KeyIndex.h"
+#include "support/Merge.h"
 
 namespace differential {
 
@@ -133,6 +135,54 @@ inline std::string withoutRevisionTime(std::string text) {
     return text;
 }
 
+// The document of the same files against the reference: every query finds
+// the entry the reference finds, with the same fields, and the document, as
+// loaded and after a set(), writes what the reference writes.
+inline std::string compareDocument(const std::string &name, const Reference &reference) {
+    std::optional<teskpf::Document> document;
+    try {
+        document.emplace(teskpf::Document::load(name));
+    } catch (const teskpf::Error &error) {
+        return std::string("the document does not load: ") + error.what();
+    }
+    const EntryList &list = reference.list;
+    for (const std::string &query : queriesOf(list)) {
+        const teskpf::Node node = document->find(query);
+        const int found = reference.find(query);
+        if (static_cast<bool>(node) != (found >= 0)) return "Document::find differs for " + query;
+        if (!node) continue;
+        const Entry &entry = list[static_cast<size_t>(found)];
+        const teskpf::Source source = node.source();
+        if (node.key_path() != entry[FIELD_KEY] || node.text() != entry[FIELD_VALUE] ||
+            node.comment() != entry[FIELD_COMMENT] || node.annotation() != entry[FIELD_CONSTRAINTS] ||
+            node.name() != teskpf::writtenKey(entry[FIELD_KEY]) || std::to_string(node.level()) != entry[FIELD_LEVEL] ||
+            source.file + ":" + std::to_string(source.line - 1) != entry[FIELD_SOURCE])
+            return "a node's field differs for " + query;
+    }
+    if (withoutRevisionTime(document->to_string()) != withoutRevisionTime(teskpf::generateText(list)))
+        return "Document::to_string differs";
+
+    // The last value set to a text that reads back (escapes and all).
+    const std::string value = "v\\#1 x";
+    for (size_t i = list.size(); i-- > 0;) {
+        const std::string &key = list[i][FIELD_KEY];
+        const teskpf::Node node = document->find(key);
+        if (key.empty() || !node.is_value()) continue;
+        try {
+            document->set(key, value);
+        } catch (const teskpf::Error &error) {
+            return "Document::set refused " + key + ": " + error.what();
+        }
+        EntryList edited = list;
+        edited[static_cast<size_t>(reference.find(key))][FIELD_VALUE] = value;
+        if (node.text() != value ||
+            withoutRevisionTime(document->to_string()) != withoutRevisionTime(teskpf::generateText(edited)))
+            return "Document::set differs for " + key;
+        break;
+    }
+    return "";
+}
+
 // TeskPf's destructor is not virtual; a final class lets it be owned safely.
 struct Handle final : TeskPf {
     using TeskPf::TeskPf;
@@ -199,7 +249,7 @@ inline std::string compare(const std::string &name) {
         if (withoutRevisionTime(copy.getPfString()) != withoutRevisionTime(teskpf::generateText(edited)))
             return "edited text differs";
     }
-    return "";
+    return compareDocument(name, *reference);
 }
 
 }  // namespace differential

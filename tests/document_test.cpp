@@ -2,6 +2,7 @@
 // and in-memory edits.
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -217,6 +218,27 @@ TEST(DocumentEdits, RunTheHookThenStoreAndSave) {
     EXPECT_EQ(Document::loadFile(out)["net"]["port"].text(), "8080");
 }
 
+// The document and the classic handle make the same edit and write the same
+// text, which reads back with the new value.
+TEST(DocumentEdits, WriteWhatTheClassicHandleWritesAfterTheSameEdit) {
+    const std::tuple<const char *, const char *, const char *> cases[] = {  // text, key path, value
+        {kNested, R"(["net"]["port"])", "80 81"},
+        {kNested, R"(["chans"][0])", "a#b\\#c"},  // escaped when written
+        {"a\t1\t#<int> one\nb\tx\\#y\tz\n", R"(["a"])", "2"},
+        {"a &Arr{\n\tb[1\t1\n}\na\t2\n", R"(["a"])", "3"},  // a repeated key: the last one
+    };
+    test_support::TempDir dir;
+    for (const auto &[text, key, value] : cases) {
+        SCOPED_TRACE(key);
+        Document doc = Document::parse(text, "e.pf");
+        doc.set(key, value);
+        TeskPf classic(dir.write("e.pf", text), 0);
+        classic.setValue(key, value, 0);
+        EXPECT_EQ(doc.to_string(), classic.getPfString());
+        EXPECT_EQ(Document::parse(doc.to_string()).find(key).text(), value);
+    }
+}
+
 TEST(DocumentEdits, RefuseValuesThatWouldNotReadBack) {
     Document doc = Document::parse(kNested, "mem.pf");
     EXPECT_THROW(doc.set(R"(["gain"])", "1\n2"), teskpf::EditError);
@@ -225,6 +247,40 @@ TEST(DocumentEdits, RefuseValuesThatWouldNotReadBack) {
     EXPECT_THROW(doc.set(R"(["net"])", "x"), teskpf::Error);
     EXPECT_THROW(doc.set(R"(["nope"])", "x"), teskpf::Error);
     EXPECT_EQ(doc["gain"].text(), "2.5");
+}
+
+// ---- Fields built from the text ------------------------------------------------
+
+// A value with a tab or "\#", a comment with an annotation cut out and a name
+// read from a key path holding "[" are built rather than viewed in the text:
+// their views stay valid while the document lives, however many fields are
+// built after them and whatever is set elsewhere.
+TEST(DocumentFields, ViewsOfBuiltFieldsOutliveLaterLookupsAndEdits) {
+    const int count = 300;
+    std::string text = "plain\t1\n";
+    for (int i = 0; i < count; ++i) {
+        const std::string n = std::to_string(i);
+        text += "k" + n + "[\"m" + n + "\tv" + n + "\\#\tw\t#<int> note " + n + "\n";
+    }
+    Document doc = Document::parse(text);
+    std::vector<std::string_view> names, values, comments;
+    for (auto [name, node] : doc) {
+        names.push_back(name);
+        values.push_back(node.text());
+        comments.push_back(node.comment());
+    }
+    doc.set(R"(["plain"])", "2");
+    EXPECT_FALSE(doc.to_string().empty());
+    ASSERT_EQ(names.size(), static_cast<size_t>(count + 1));
+    for (int i = 0; i < count; ++i) {
+        const std::string n = std::to_string(i);
+        const size_t at = static_cast<size_t>(i + 1);
+        EXPECT_EQ(names[at], "m" + n);
+        EXPECT_EQ(values[at], "v" + n + "# w");
+        EXPECT_EQ(comments[at], "#  note " + n);  // "#", then what followed the annotation
+        EXPECT_EQ(doc.find("[\"k" + n + "[\"m" + n + "\"]").text().data(), values[at].data());  // built once
+    }
+    EXPECT_EQ(doc["plain"].text(), "2");
 }
 
 }  // namespace

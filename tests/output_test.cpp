@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "detail/TextGenerator.h"
+#include "support/EntryRecords.h"
 #include "test_support.h"
 
 using namespace test_support;

@@ -8,9 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "detail/BlockParser.h"
-#include "detail/ConstraintParser.h"
 #include "detail/HomeDirectory.h"
+#include "support/EntryRecords.h"
 #include "test_support.h"
 
 using namespace test_support;

@@ -52,12 +52,4 @@ std::optional<Table<TeskPf_Constraint>> parseConstraintText(std::string_view tex
     return table;
 }
 
-int registerConstraints(ConstraintTables &tables, const std::string &text) {
-    if (tables.contains(text)) return 0;
-    std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(text);
-    if (!table) return -1;
-    tables.set(text, std::move(*table));
-    return 0;
-}
-
 }  // namespace teskpf

@@ -7,8 +7,6 @@
 #include <teskpf/save.h>
 #include <teskpf/search.h>
 
-#include "detail/LayeredEntries.h"
-#include "TeskPf.h"
 #include "detail/TextGenerator.h"
 #include "detail/DocumentData.h"
 #include "detail/EditRules.h"
@@ -29,23 +27,22 @@ FileText readOrThrow(const std::string &path) {
 
 // Parses the files and builds the document; the core's std::string errors
 // become teskpf::Error naming the file being read.
-std::unique_ptr<detail::DocumentData> build(std::vector<std::string> names, const std::vector<FileText> &texts) {
-    auto data = std::make_unique<detail::DocumentData>();
+std::unique_ptr<detail::DocumentData> build(std::vector<std::string> names, std::vector<FileText> texts) {
     std::vector<ParsedFile> files;
     files.reserve(names.size());
+    std::unique_ptr<detail::DocumentData> data;
     std::string current;
     try {
         for (size_t i = 0; i < names.size(); ++i) {
             current = names[i];
-            files.emplace_back(names[i], texts[i]);
+            files.emplace_back(names[i], std::move(texts[i]));
         }
         current = names.size() == 1 ? names[0] : std::string();
-        data->entries = layeredEntries(files, data->constraints);
+        data = std::make_unique<detail::DocumentData>(std::move(files));
     } catch (const std::string &message) {
         throw Error(message, current);
     }
     data->files = std::move(names);
-    data->buildTree();
     return data;
 }
 
@@ -66,7 +63,7 @@ Document Document::load(std::string_view name) {
     std::vector<FileText> texts;
     texts.reserve(names.size());
     for (const std::string &file : names) texts.push_back(readOrThrow(file));
-    return Document(build(std::move(names), texts));
+    return Document(build(std::move(names), std::move(texts)));
 }
 
 Document Document::loadFile(const std::string &path) { return Document(build({path}, {readOrThrow(path)})); }
@@ -94,7 +91,7 @@ MemberIterator Document::begin() const { return root().begin(); }
 MemberIterator Document::end() const { return root().end(); }
 
 Node Document::find(std::string_view key_path) const {
-    int found = data_->index.find(data_->entries, key_path);
+    int found = data_->store.find(key_path);
     return found < 0 ? Node() : Node(data_.get(), found);
 }
 
@@ -103,8 +100,7 @@ void Document::on_change(ChangeHook hook) { data_->on_change = std::move(hook); 
 void Document::set(std::string_view key_path, std::string value) {
     Node node = find(key_path);
     if (!node.is_value()) throw Error("no value at " + std::string(key_path));
-    Entry &entry = data_->entries[static_cast<size_t>(node.entry_)];
-    if (data_->on_change) data_->on_change(key_path, entry[FIELD_VALUE], value);
+    if (data_->on_change) data_->on_change(key_path, node.text(), value);
     const int32_t parent = data_->parents[static_cast<size_t>(node.entry_)];
     const bool list_member = parent >= 0 && Node(data_.get(), parent).is_list();
     std::string problem = valueProblem(value, list_member);
@@ -113,10 +109,12 @@ void Document::set(std::string_view key_path, std::string value) {
         throw EditError("cannot set " + std::string(key_path) + ": " + problem, source.file,
                         source.line);
     }
-    entry[FIELD_VALUE] = std::move(value);
+    data_->edited_values[node.entry_] = std::move(value);
 }
 
-std::string Document::to_string() const { return generateText(data_->entries); }
+std::string Document::to_string() const {
+    return generateText(data_->store, data_->edited_values, detail::EditedTexts());
+}
 
 void Document::save(const std::string &path) const { saveFile(path, to_string()); }
 

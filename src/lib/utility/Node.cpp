@@ -4,8 +4,6 @@
 #include <teskpf/error.h>
 
 #include "detail/KeyPath.h"
-#include "detail/AnnotationRule.h"
-#include "detail/LevelText.h"
 #include "TeskPf.h"
 #include "detail/ValueCheck.h"
 #include "detail/BlockSyntax.h"
@@ -15,27 +13,20 @@ namespace teskpf {
 
 namespace {
 
-const std::string &field(const detail::DocumentData &data, int32_t entry, int which) {
-    return data.entry(entry)[static_cast<size_t>(which)];
-}
-
 // The annotation text that applies to `entry` and where it comes from: its
 // own, else that of the block its key path sits in (as TeskPf::checkValue).
 std::pair<std::string, AnnotationOrigin> annotationInEffect(const detail::DocumentData &data, int32_t entry) {
-    const int annotated = annotatedEntry(
-        entry, [&](int i) -> const std::string & { return field(data, i, FIELD_CONSTRAINTS); },
-        [&](int i) -> const std::string & { return field(data, i, FIELD_KEY); },
-        [&](std::string_view key) { return data.index.find(data.entries, key); });
+    const int annotated = data.store.annotatedEntry(static_cast<size_t>(entry));
     if (annotated < 0) return {{}, AnnotationOrigin::None};
-    return {field(data, annotated, FIELD_CONSTRAINTS),
+    return {std::string(data.store.constraints(static_cast<size_t>(annotated))),
             annotated == entry ? AnnotationOrigin::Own : AnnotationOrigin::Enclosing};
 }
 
 }  // namespace
 
-bool Node::is_block() const { return data_ && (entry_ < 0 || field(*data_, entry_, FIELD_VALUE) == kArrMarker); }
+bool Node::is_block() const { return data_ && (entry_ < 0 || data_->field(entry_, FIELD_VALUE) == kArrMarker); }
 
-bool Node::is_list() const { return data_ && entry_ >= 0 && field(*data_, entry_, FIELD_VALUE) == kTblMarker; }
+bool Node::is_list() const { return data_ && entry_ >= 0 && data_->field(entry_, FIELD_VALUE) == kTblMarker; }
 
 bool Node::is_value() const { return data_ && entry_ >= 0 && !data_->opensBlock(entry_); }
 
@@ -88,17 +79,18 @@ MemberIterator Node::end() const {
 
 Member MemberIterator::operator*() const { return {data_->nameOf(*at_), Node(data_, *at_)}; }
 
-std::string Node::key_path() const { return data_ && entry_ >= 0 ? field(*data_, entry_, FIELD_KEY) : std::string(); }
+std::string Node::key_path() const {
+    return data_ && entry_ >= 0 ? data_->store.keyPath(static_cast<size_t>(entry_)) : std::string();
+}
 
 std::string_view Node::name() const { return data_ && entry_ >= 0 ? data_->nameOf(entry_) : std::string_view(); }
 
-int Node::level() const { return data_ && entry_ >= 0 ? parseLevel(field(*data_, entry_, FIELD_LEVEL)) : -1; }
+int Node::level() const { return data_ && entry_ >= 0 ? data_->store.entryOf(static_cast<size_t>(entry_)).level : -1; }
 
 Source Node::source() const {
     if (!data_ || entry_ < 0) return {};
-    const std::string &source = field(*data_, entry_, FIELD_SOURCE);
-    size_t colon = source.rfind(':');
-    return {source.substr(0, colon), std::stol(source.substr(colon + 1)) + 1};
+    const size_t at = static_cast<size_t>(entry_);
+    return {data_->store.fileOf(at).name(), static_cast<long>(data_->store.entryOf(at).line) + 1};
 }
 
 std::string_view Node::comment() const { return fieldOrEmpty(FIELD_COMMENT); }
@@ -109,7 +101,7 @@ std::string_view Node::text() const { return fieldOrEmpty(FIELD_VALUE); }
 
 std::string_view Node::fieldOrEmpty(int which) const {
     if (!data_ || entry_ < 0) return {};
-    return field(*data_, entry_, which);
+    return data_->field(entry_, which);
 }
 
 std::vector<std::string> Node::fields() const {
@@ -156,15 +148,14 @@ Verdict Node::check() const {
         verdict.ok = true;
         return verdict;
     }
-    auto table = data_->constraints.find(annotation);
-    if (table == data_->constraints.end()) {
+    const Table<TeskPf_Constraint> *table = data_->store.constraintTable(annotation);
+    if (!table) {
         verdict.message = key_path() + ": cannot parse constraints '" + annotation + "'";
         return verdict;
     }
-    for (const TeskPf_Constraint &constraint : table->second)
-        verdict.types.push_back(static_cast<ValueType>(constraint.type));
+    for (const TeskPf_Constraint &constraint : *table) verdict.types.push_back(static_cast<ValueType>(constraint.type));
     // A block's annotation is for its members, not for its marker.
-    verdict.ok = !is_value() || AnnotationCheck(table->second).satisfies(text());
+    verdict.ok = !is_value() || AnnotationCheck(*table).satisfies(text());
     if (!verdict.ok) verdict.message = key_path() + ": " + std::string(text()) + " does not satisfy " + annotation;
     return verdict;
 }

@@ -33,19 +33,13 @@ bool TeskPf::validIndex(int index) const { return index >= 0 && index < size(); 
 int TeskPf::size() const { return store ? static_cast<int>(store->size()) : 0; }
 
 std::string_view TeskPf::storedValue(int index, string &buffer) const {
-    if (!edited_values.empty()) {
-        auto edited = edited_values.find(index);
-        if (edited != edited_values.end()) return edited->second;
-    }
-    return store->value(static_cast<size_t>(index), buffer);
+    return teskpf::detail::editedOr(edited_values, index,
+                                    [&] { return store->value(static_cast<size_t>(index), buffer); });
 }
 
 std::string_view TeskPf::storedComment(int index, string &buffer) const {
-    if (!edited_comments.empty()) {
-        auto edited = edited_comments.find(index);
-        if (edited != edited_comments.end()) return edited->second;
-    }
-    return store->comment(static_cast<size_t>(index), buffer);
+    return teskpf::detail::editedOr(edited_comments, index,
+                                    [&] { return store->comment(static_cast<size_t>(index), buffer); });
 }
 
 Table<Table<string>> TeskPf::getList() const {
@@ -130,15 +124,9 @@ string TeskPf::getConstraints(int index, bool *checkOk) const {
 const Table<TeskPf_Constraint> &TeskPf::getConstraintsTable(int index) const {
     static const Table<TeskPf_Constraint> none;
     if (!validIndex(index)) return none;
-    std::string_view constraints = store->constraints(static_cast<size_t>(index));
-    if (constraints.empty()) {
-        // Fall back to the enclosing block's annotation, one level up. A
-        // top-level entry has no enclosing block and falls back to nothing.
-        int parent = store->enclosingEntry(static_cast<size_t>(index));
-        if (parent < 0) return none;
-        constraints = store->constraints(static_cast<size_t>(parent));
-    }
-    const Table<TeskPf_Constraint> *table = store->constraintTable(constraints);
+    const int annotated = store->annotatedEntry(static_cast<size_t>(index));
+    if (annotated < 0) return none;
+    const Table<TeskPf_Constraint> *table = store->constraintTable(store->constraints(static_cast<size_t>(annotated)));
     return table ? *table : none;
 }
 
@@ -202,26 +190,7 @@ void TeskPf::setComment(int index, string comment) {
 // ---- Output -----------------------------------------------------------------
 
 string TeskPf::getPfString() const {
-    teskpf::TextWriter writer;
-    string key_buffer;
-    string value_buffer;
-    string comment_buffer;
-    for (int i = 0; i < size(); ++i) {
-        const size_t at = static_cast<size_t>(i);
-        teskpf::TextLine line;
-        line.level = store->entryOf(at).level;
-        line.revision = store->isRevisionEntry(at);
-        if (line.revision) {
-            writer.add(line);
-            continue;
-        }
-        line.key = store->writtenKey(at, key_buffer);
-        line.value = storedValue(i, value_buffer);
-        line.comment = storedComment(i, comment_buffer);
-        line.constraints = store->constraints(at);
-        writer.add(line);
-    }
-    return writer.finish();
+    return store ? teskpf::generateText(*store, edited_values, edited_comments) : string();
 }
 
 void TeskPf::write(string &file) const {

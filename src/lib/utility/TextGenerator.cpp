@@ -4,18 +4,14 @@
 #include <climits>
 #include <cmath>
 
-#include "detail/KeyPath.h"
-#include "detail/LevelText.h"
 #include "detail/LineLexer.h"
-#include "TeskPf.h"
 #include "detail/BlockSyntax.h"
+#include "detail/EntryStore.h"
 #include "detail/Revision.h"
 
 namespace teskpf {
 
 namespace {
-
-const char revision_key[] = "[\"pf_revision_time\"]";
 
 // The revision line, with the integer part of the current time.
 std::string revisionLine() { return std::string(kRevisionName) + "\t" + revisionTime() + "\n"; }
@@ -77,16 +73,25 @@ std::string TextWriter::finish() {
     return std::move(out);
 }
 
-std::string generateText(const EntryList &list) {
+std::string generateText(const detail::Store &store, const detail::EditedTexts &values,
+                         const detail::EditedTexts &comments) {
     TextWriter writer;
-    for (const Entry &entry : list) {
+    std::string key_buffer;
+    std::string value_buffer;
+    std::string comment_buffer;
+    for (size_t at = 0; at < store.size(); ++at) {
+        const int index = static_cast<int>(at);
         TextLine line;
-        line.level = parseLevel(entry[FIELD_LEVEL]);
-        line.revision = entry[FIELD_KEY] == revision_key;
-        line.key = writtenKey(entry[FIELD_KEY]);
-        line.value = entry[FIELD_VALUE];
-        line.comment = entry[FIELD_COMMENT];
-        line.constraints = entry[FIELD_CONSTRAINTS];
+        line.level = store.entryOf(at).level;
+        line.revision = store.isRevisionEntry(at);
+        if (line.revision) {
+            writer.add(line);
+            continue;
+        }
+        line.key = store.writtenKey(at, key_buffer);
+        line.value = detail::editedOr(values, index, [&] { return store.value(at, value_buffer); });
+        line.comment = detail::editedOr(comments, index, [&] { return store.comment(at, comment_buffer); });
+        line.constraints = store.constraints(at);
         writer.add(line);
     }
     return writer.finish();

@@ -12,15 +12,12 @@ namespace teskpf {
 
 // The index of the entry whose annotation applies to entry `index`, or -1
 // when none does. `constraintsOf(i)` gives entry i's own annotation text,
-// `keyOf(i)` its key path, `find(key)` the index of the last entry with that
-// key path (or -1).
-template <class ConstraintsOf, class KeyOf, class Find>
-int annotatedEntry(int index, ConstraintsOf constraintsOf, KeyOf keyOf, Find find) {
+// `enclosing(i)` the index of the last entry whose key path is enclosingKey
+// of entry i's, or -1 when that is empty or no entry has it.
+template <class ConstraintsOf, class Enclosing>
+int annotatedEntry(int index, ConstraintsOf constraintsOf, Enclosing enclosing) {
     if (!std::string_view(constraintsOf(index)).empty()) return index;
-    const auto &key = keyOf(index);
-    std::string_view parent_key = enclosingKey(key);
-    if (parent_key.empty()) return -1;
-    const int parent = find(parent_key);
+    const int parent = enclosing(index);
     return parent >= 0 && !std::string_view(constraintsOf(parent)).empty() ? parent : -1;
 }
 

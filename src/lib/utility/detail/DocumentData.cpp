@@ -1,46 +1,72 @@
 #include "detail/DocumentData.h"
 
 #include "detail/KeyPath.h"
-#include "detail/LevelText.h"
 #include "TeskPf.h"
 #include "detail/BlockSyntax.h"
 
 namespace teskpf::detail {
 
-void DocumentData::buildTree() {
-    index.build(entries);
-    const size_t count = entries.size();
+DocumentData::DocumentData(std::vector<ParsedFile> parsed) : store(std::move(parsed)) {
+    const size_t count = store.size();
     parents.assign(count, -1);
     children.assign(count + 1, {});
     std::vector<int32_t> open;  // open[l]: the block opened at level l
     for (size_t i = 0; i < count; ++i) {
-        const int32_t at = static_cast<int32_t>(i);
-        if (entries[i][FIELD_KEY].empty()) continue;  // a blank or comment line
-        int level = parseLevel(entries[i][FIELD_LEVEL]);
-        size_t depth = level < 0 ? 0 : static_cast<size_t>(level);
+        if (store.isNote(i)) continue;
+        const FileEntry &entry = store.entryOf(i);
+        const size_t depth = static_cast<size_t>(entry.level);
         if (depth < open.size()) open.resize(depth);
         parents[i] = open.empty() ? -1 : open.back();
-        children[static_cast<size_t>(parents[i] + 1)].push_back(at);
-        if (opensBlock(at)) open.push_back(at);
+        children[static_cast<size_t>(parents[i] + 1)].push_back(static_cast<int32_t>(i));
+        if (entry.opensBlock()) open.push_back(static_cast<int32_t>(i));
     }
 }
 
-bool DocumentData::opensBlock(int32_t at) const {
-    const std::string &value = entry(at)[FIELD_VALUE];
+template <typename Read>
+std::string_view DocumentData::kept(int32_t entry, int which, Read read) const {
+    const int64_t key = int64_t{entry} * 8 + which;
+    auto found = built.find(key);
+    if (found != built.end()) return found->second;
+    std::string buffer;
+    const std::string_view field = read(buffer);
+    // The store fills the buffer only for a field it has to build.
+    if (buffer.empty()) return field;
+    return built.emplace(key, std::string(field)).first->second;
+}
+
+std::string_view DocumentData::field(int32_t entry, int which) const {
+    const size_t at = static_cast<size_t>(entry);
+    switch (which) {
+        case FIELD_VALUE:
+            return editedOr(edited_values, entry, [&] {
+                return kept(entry, which, [&](std::string &buffer) { return store.value(at, buffer); });
+            });
+        case FIELD_COMMENT:
+            return kept(entry, which, [&](std::string &buffer) { return store.comment(at, buffer); });
+        default:
+            return store.constraints(at);
+    }
+}
+
+std::string_view DocumentData::nameOf(int32_t entry) const {
+    const size_t at = static_cast<size_t>(entry);
+    return kept(entry, FIELD_KEY, [&](std::string &buffer) { return store.writtenKey(at, buffer); });
+}
+
+bool DocumentData::opensBlock(int32_t entry) const {
+    const std::string_view value = field(entry, FIELD_VALUE);
     return value == kArrMarker || value == kTblMarker;
 }
 
-std::string_view DocumentData::nameOf(int32_t at) const { return writtenKey(entry(at)[FIELD_KEY]); }
-
 int32_t DocumentData::memberNamed(int32_t block, std::string_view name) const {
-    std::string path = block < 0 ? std::string() : entry(block)[FIELD_KEY];
+    std::string path = block < 0 ? std::string() : store.keyPath(static_cast<size_t>(block));
     appendNamedComponent(path, name);
-    int32_t found = index.find(entries, path);
+    const int32_t found = store.find(path);
     if (found < 0 || parents[static_cast<size_t>(found)] == block) return found;
     // The key path names a member of a repeated block elsewhere: look in this one.
     const std::vector<int32_t> &members = childrenOf(block);
     for (auto it = members.rbegin(); it != members.rend(); ++it) {
-        if (entry(*it)[FIELD_KEY] == path) return *it;
+        if (store.keyPath(static_cast<size_t>(*it)) == path) return *it;
     }
     return -1;
 }

@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cstring>
 
-#include "detail/BlockParser.h"
 #include "detail/ConstraintParser.h"
 #include "detail/KeyPath.h"
 #include "detail/AliveEntries.h"
@@ -48,19 +47,29 @@ size_t feedComponent(PathHash &hash, const ParsedFile &file, const FileEntry &en
 // ---- Loading ------------------------------------------------------------------
 
 Store::Store(const std::vector<std::string> &search_list) {
-    size_t key_bytes = 0;
-    size_t file_bytes = 0;
-    bool first = true;
-    // The last file of the search list comes first and wins; only its blank and
-    // comment lines are kept.
-    for (auto name = search_list.rbegin(); name != search_list.rend(); ++name) {
+    load(search_list.size(), [&](size_t i) {
         // A file that cannot be read contributes nothing.
         FileText text;
         int error = 0;
-        readFileText(*name, text, error);
-        file_bytes += text.view().size();
-        addFile(ParsedFile(*name, std::move(text)), first, key_bytes, file_bytes);
-        first = false;
+        readFileText(search_list[i], text, error);
+        return ParsedFile(search_list[i], std::move(text));
+    });
+}
+
+Store::Store(std::vector<ParsedFile> parsed) {
+    load(parsed.size(), [&](size_t i) { return std::move(parsed[i]); });
+}
+
+template <typename FileAt>
+void Store::load(size_t count, FileAt fileAt) {
+    size_t key_bytes = 0;
+    size_t file_bytes = 0;
+    // The last file comes first and wins; only its blank and comment lines are
+    // kept.
+    for (size_t i = count; i-- > 0;) {
+        ParsedFile file = fileAt(i);
+        file_bytes += file.text().size();
+        addFile(std::move(file), i + 1 == count, key_bytes, file_bytes);
     }
     entries.shrink_to_fit();
 }

@@ -1,7 +1,8 @@
-// What a classic handle holds: the parsed files, shared and never changed,
-// and the merged entry list as small records pointing into them. Every text
-// field of an entry is derived from its file when asked; key paths are found
-// through a hash index that confirms candidates against the files' text.
+// What a classic handle and a document hold: the parsed files, shared and
+// never changed, and the merged entry list as small records pointing into
+// them. Every text field of an entry is derived from its file when asked; key
+// paths are found through a hash index that confirms candidates against the
+// files' text.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "TeskPf.h"
+#include "detail/AnnotationRule.h"
 #include "detail/KeyPathIndex.h"
 #include "detail/ParsedFile.h"
 
@@ -28,6 +30,9 @@ public:
     // (see TeskPf's constructor). Throws a std::string for a key-less line and
     // for key paths beyond keyPathBudget of the bytes read.
     explicit Store(const std::vector<std::string> &search_list);
+    // Merges files already read and parsed (lowest precedence first) the same
+    // way. Throws a std::string for key paths beyond keyPathBudget.
+    explicit Store(std::vector<ParsedFile> parsed);
 
     size_t size() const { return entries.size(); }
 
@@ -49,6 +54,13 @@ public:
     // The entry whose constraints apply when entry `index` has none of its
     // own: the last entry holding the key path before its last "["; -1 when none.
     int enclosingEntry(size_t index) const;
+    // The entry whose annotation applies to entry `index` (see
+    // AnnotationRule.h); -1 when none does.
+    int annotatedEntry(size_t index) const {
+        return teskpf::annotatedEntry(
+            static_cast<int>(index), [&](int i) { return constraints(static_cast<size_t>(i)); },
+            [&](int i) { return enclosingEntry(static_cast<size_t>(i)); });
+    }
     // The parsed table of an annotation text; null when the text was not
     // registered (not read on any member line, or malformed).
     const Table<TeskPf_Constraint> *constraintTable(std::string_view text) const;
@@ -59,6 +71,10 @@ public:
     void forEachWithPath(Visit visit) const;
 
 private:
+    // Adds the files from the last to the first; fileAt(i) gives file i
+    // parsed and is called just before the file is added.
+    template <typename FileAt>
+    void load(size_t count, FileAt fileAt);
     const FileEntry &fileEntry(StoredEntry at) const { return files[at.file].entries()[at.entry]; }
     void addFile(ParsedFile file, bool keep_notes, size_t &key_bytes, size_t &file_bytes);
     void registerConstraints(const ParsedFile &file);

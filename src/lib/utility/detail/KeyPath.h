@@ -86,6 +86,15 @@ inline size_t listComponentAtEnd(std::string_view path, long position) {
     return size;
 }
 
+// How many bytes of key paths files of `file_bytes` bytes may produce. Key
+// paths repeat their block's path, so deep nesting makes them grow with the
+// square of the depth; this bound stops a hostile file from exhausting memory
+// while leaving room for any realistic one.
+inline size_t keyPathBudget(size_t file_bytes) {
+    const size_t floor = size_t{256} << 20;
+    return floor + 16 * file_bytes;
+}
+
 // The key path of the block that directly contains the entry `key`:
 // ["a"]["b"] for ["a"]["b"][0]. Empty for a top-level key (["k"]), which has
 // no enclosing block, and for text without "[".

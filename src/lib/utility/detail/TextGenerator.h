@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "detail/EntryList.h"
+#include "detail/EditedTexts.h"
 
 namespace teskpf {
 
@@ -36,7 +36,14 @@ private:
     int depth = 0;
 };
 
-// The text of an entry list, written with TextWriter.
-std::string generateText(const EntryList &list);
+namespace detail {
+class Store;
+}
+
+// The text of a store's merged entries, with the edited values and comments
+// in place of what the files hold: what TeskPf::write and Document::save
+// write.
+std::string generateText(const detail::Store &store, const detail::EditedTexts &values,
+                         const detail::EditedTexts &comments);
 
 }  // namespace teskpf

@@ -1,9 +1,9 @@
-#include "detail/Merge.h"
+#include "support/Merge.h"
 
 #include <vector>
 
-#include "detail/KeyIndex.h"
-#include "detail/LevelText.h"
+#include "support/KeyIndex.h"
+#include "support/LevelText.h"
 #include "TeskPf.h"
 #include "detail/AliveEntries.h"
 

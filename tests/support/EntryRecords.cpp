@@ -1,12 +1,20 @@
-#include "detail/BlockParser.h"
+#include "support/EntryRecords.h"
 
 #include <vector>
 
+#include "detail/ConstraintParser.h"
+#include "detail/KeyPath.h"
+#include "detail/TextGenerator.h"
+#include "support/LevelText.h"
+
 namespace teskpf {
 
-size_t keyPathBudget(size_t file_bytes) {
-    const size_t floor = size_t{256} << 20;
-    return floor + 16 * file_bytes;
+int registerConstraints(ConstraintTables &tables, const std::string &text) {
+    if (tables.contains(text)) return 0;
+    std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(text);
+    if (!table) return -1;
+    tables.set(text, std::move(*table));
+    return 0;
 }
 
 EntryList entryRecords(const ParsedFile &file, bool keep_comments, ConstraintTables &constraints) {
@@ -56,6 +64,21 @@ EntryList entryRecords(const ParsedFile &file, bool keep_comments, ConstraintTab
         result.push_back(std::move(record));
     }
     return result;
+}
+
+std::string generateText(const EntryList &list) {
+    TextWriter writer;
+    for (const Entry &entry : list) {
+        TextLine line;
+        line.level = parseLevel(entry[FIELD_LEVEL]);
+        line.revision = entry[FIELD_KEY] == "[\"pf_revision_time\"]";
+        line.key = writtenKey(entry[FIELD_KEY]);
+        line.value = entry[FIELD_VALUE];
+        line.comment = entry[FIELD_COMMENT];
+        line.constraints = entry[FIELD_CONSTRAINTS];
+        writer.add(line);
+    }
+    return writer.finish();
 }
 
 }  // namespace teskpf

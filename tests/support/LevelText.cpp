@@ -1,4 +1,4 @@
-#include "detail/LevelText.h"
+#include "support/LevelText.h"
 
 #include <cerrno>
 #include <climits>

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "detail/EntryList.h"
+#include "support/EntryList.h"
 
 class KeyIndex {
 public:

@@ -1,7 +1,7 @@
 // Merging the entry lists of several files of one name.
 #pragma once
 
-#include "detail/EntryList.h"
+#include "support/EntryList.h"
 
 namespace teskpf {
 

@@ -1,4 +1,4 @@
-#include "detail/KeyIndex.h"
+#include "support/KeyIndex.h"
 
 #include <functional>
 
