@@ -4,6 +4,7 @@
 
 #include <system_error>
 
+#include "detail/ClassicAccess.h"
 #include "detail/FileSearch.h"
 #include "detail/KeyPath.h"
 #include "teskpf/error.h"
@@ -13,10 +14,19 @@ namespace teskpf {
 
 namespace {
 
-// The classic handle of `name`, or null with `error` set when it does not load.
-std::unique_ptr<TeskPf> loadClassic(const std::string &name, std::string &error) {
+// The classic handle of `name` over `count` layers from `layers`, built from
+// their parses; null with `error` set when it does not load. When a layer
+// did not parse, the classic constructor reads the files again, so that the
+// message is the one reading `name` gives.
+std::unique_ptr<TeskPf> loadClassic(const Layer *layers, size_t count, const std::string &name, std::string &error) {
     try {
-        return std::make_unique<TeskPf>(name, 0);
+        std::vector<ParsedFile> parsed;
+        parsed.reserve(count);
+        for (size_t i = 0; i < count; ++i) {
+            if (!layers[i].parsed) return std::make_unique<TeskPf>(name, 0);
+            parsed.push_back(*layers[i].parsed);
+        }
+        return detail::ClassicAccess::fromParsed(std::move(parsed), name);
     } catch (const std::string &message) {
         error = message;
     }
@@ -54,7 +64,7 @@ Layers Layers::ofFile(const std::string &path) {
     if (findParameterFiles(source) != std::vector<std::string>{source})
         throw IoError("cannot check " + path + " alone: reading it would read another file; name it *.pf", path,
                       std::make_error_code(std::errc::invalid_argument));
-    layers.merged = loadClassic(source, layers.merged_error);
+    layers.merged = loadClassic(layers.files.data(), 1, source, layers.merged_error);
     return layers;
 }
 
@@ -65,12 +75,12 @@ Layers Layers::ofName(const std::string &name) {
                       std::make_error_code(std::errc::no_such_file_or_directory));
     Layers layers;
     for (const std::string &path : paths) layers.files.push_back(readLayer(path, path));
-    layers.merged = loadClassic(name, layers.merged_error);
+    layers.merged = loadClassic(layers.files.data(), layers.files.size(), name, layers.merged_error);
     // A lower layer alone tells which annotation an override replaced.
     if (layers.files.size() > 1) {
         for (size_t i = 0; i + 1 < layers.files.size(); ++i) {
             std::string ignored;
-            layers.files[i].alone = loadClassic(layers.files[i].source, ignored);
+            layers.files[i].alone = loadClassic(&layers.files[i], 1, layers.files[i].source, ignored);
         }
     }
     return layers;

@@ -26,6 +26,9 @@ TeskPf::TeskPf(string name, int type) {
     pffile = name;
 }
 
+TeskPf::TeskPf(std::shared_ptr<const teskpf::detail::Store> loaded, string name)
+    : pffile(std::move(name)), store(std::move(loaded)) {}
+
 // ---- Queries ----------------------------------------------------------------
 
 bool TeskPf::validIndex(int index) const { return index >= 0 && index < size(); }

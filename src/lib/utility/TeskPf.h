@@ -25,6 +25,7 @@
 
 namespace teskpf::detail {
 class Store;
+struct ClassicAccess;
 }
 
 // Positions of the six fields of an entry record.
@@ -149,6 +150,10 @@ protected:
     }
 
 private:
+    friend struct teskpf::detail::ClassicAccess;
+    // A handle over files already read and merged, as if read by name.
+    TESKPF_LOCAL TeskPf(std::shared_ptr<const teskpf::detail::Store> loaded, std::string name);
+
     const Table<TeskPf_Constraint> &getConstraintsTable(int index) const;
     // The value and comment as they stand, edits included; `buffer` holds
     // texts that are not stored as they are.
