@@ -86,7 +86,7 @@ int pf_arr_put(Pf *block, const char *key, Pf *member) {
     member->parent = block;
     auto existing = arr->positions.find(key);
     if (existing != arr->positions.end()) {
-        PfArr::Member &slot = arr->members[existing->second];
+        PfArr::Member &slot = arr->members[static_cast<size_t>(existing->second)];
         pffree(slot.node);
         slot.node = member;
         return 0;
@@ -108,7 +108,7 @@ int pf_tbl_append(Pf *block, Pf *member) {
 Pf *pf_arr_find(const Pf *block, std::string_view key) {
     const PfArr *arr = block->value.arr;
     auto found = arr->positions.find(key);
-    return found == arr->positions.end() ? nullptr : arr->members[found->second].node;
+    return found == arr->positions.end() ? nullptr : arr->members[static_cast<size_t>(found->second)].node;
 }
 
 // Post-order walk along parent pointers, taking members off from the end:
@@ -134,11 +134,11 @@ extern "C" long pfcount(const Pf *pf) {
 
 extern "C" Pf *pfchild(const Pf *pf, long i) {
     if (i < 0 || i >= pfcount(pf)) return nullptr;
-    if (pf->type == PF_ARR) return pf->value.arr->members[i].node;
+    if (pf->type == PF_ARR) return pf->value.arr->members[static_cast<size_t>(i)].node;
     return static_cast<Pf *>(gettbl(pf->value.tbl, i));
 }
 
 extern "C" const char *pfkey(const Pf *pf, long i) {
     if (!pf || pf->type != PF_ARR || i < 0 || i >= pfcount(pf)) return nullptr;
-    return pf->value.arr->members[i].key;
+    return pf->value.arr->members[static_cast<size_t>(i)].key;
 }

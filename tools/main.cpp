@@ -28,7 +28,7 @@ void removeTempFilesAndEnd(int signal) {
 void removeTempFilesOnEndingSignals() {
     struct sigaction action {};
     action.sa_handler = removeTempFilesAndEnd;
-    action.sa_flags = SA_RESETHAND;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigemptyset(&action.sa_mask);
     for (int signal : kEndingSignals) sigaddset(&action.sa_mask, signal);
     for (int signal : kEndingSignals) {

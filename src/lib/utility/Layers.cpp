@@ -15,22 +15,22 @@ namespace teskpf {
 namespace {
 
 // The classic handle of `name` over `count` layers from `layers`, built from
-// their parses; null with `error` set when it does not load. When a layer
+// their parses; none, with `error` set, when it does not load. When a layer
 // did not parse, the classic constructor reads the files again, so that the
 // message is the one reading `name` gives.
-std::unique_ptr<TeskPf> loadClassic(const Layer *layers, size_t count, const std::string &name, std::string &error) {
+std::optional<TeskPf> loadClassic(const Layer *layers, size_t count, const std::string &name, std::string &error) {
     try {
         std::vector<ParsedFile> parsed;
         parsed.reserve(count);
         for (size_t i = 0; i < count; ++i) {
-            if (!layers[i].parsed) return std::make_unique<TeskPf>(name, 0);
+            if (!layers[i].parsed) return TeskPf(name, 0);
             parsed.push_back(*layers[i].parsed);
         }
         return detail::ClassicAccess::fromParsed(std::move(parsed), name);
     } catch (const std::string &message) {
         error = message;
     }
-    return nullptr;
+    return std::nullopt;
 }
 
 Layer readLayer(const std::string &path, const std::string &source) {
@@ -120,7 +120,8 @@ std::shared_ptr<const AnnotationInEffect> AnnotationResolver::of(int index) {
     if (!found->text.empty()) return found;
     const std::string key = merged.getKey(index);
     for (int below = layers_.layerOf(splitSource(merged.getSource(index)).file); below-- > 0;) {
-        const TeskPf *lower = layers_.files[static_cast<size_t>(below)].alone.get();
+        const std::optional<TeskPf> &alone = layers_.files[static_cast<size_t>(below)].alone;
+        const TeskPf *lower = alone ? &*alone : nullptr;
         int replaced = lower ? lower->getEntryIndex(key) : -1;
         if (replaced < 0) continue;
         std::shared_ptr<const AnnotationInEffect> inherited = classic(*lower, replaced, false);

@@ -15,8 +15,8 @@ struct ClassicAccess {
     // The handle `name` would give if it found exactly `files` (lowest
     // precedence first). Throws a std::string as the classic constructor does
     // for key paths nested too deeply.
-    static std::unique_ptr<TeskPf> fromParsed(std::vector<ParsedFile> files, std::string name) {
-        return std::unique_ptr<TeskPf>(new TeskPf(std::make_shared<const Store>(std::move(files)), std::move(name)));
+    static TeskPf fromParsed(std::vector<ParsedFile> files, std::string name) {
+        return TeskPf(std::make_shared<const Store>(std::move(files)), std::move(name));
     }
 };
 

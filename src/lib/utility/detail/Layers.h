@@ -19,13 +19,13 @@ struct Layer {
     std::string source;  // the file part of the classic handle's sources
     std::optional<ParsedFile> parsed;  // none when the text does not parse
     std::string parse_error;           // why it does not
-    std::unique_ptr<TeskPf> alone;     // the file read on its own; null when it does not load
+    std::optional<TeskPf> alone;       // the file read on its own; none when it does not load
     std::vector<int32_t> entry_at_line;  // 0-based line -> index of its entry in `parsed`, or -1
 };
 
 struct Layers {
     std::vector<Layer> files;        // lowest precedence first
-    std::unique_ptr<TeskPf> merged;  // null when a file does not load
+    std::optional<TeskPf> merged;    // none when a file does not load
     std::string merged_error;
 
     // The file at `path` alone. Throws IoError when it cannot be read.
