@@ -28,17 +28,16 @@ void reportNote(const ParsedFile &parsed, const LayoutNote &note, FileReport &re
                    "block " + key + " is still open at the end of the file; close it with a line '}'", key);
         break;
     case LayoutNoteKind::TextAfterOpen:
-        report.add(Severity::Warning, "text-after-open", note.line, note.line_begin, note.span.begin,
+    case LayoutNoteKind::TextAfterClose: {
+        const bool after_open = note.kind == LayoutNoteKind::TextAfterOpen;
+        report.add(Severity::Warning, after_open ? "text-after-open" : "text-after-close", note.line,
+                   note.line_begin, note.span.begin,
                    "text " + quoted(parsed.at(note.span)) +
-                       " after the opening brace is dropped when reading; move it to a line of its own",
+                       (after_open ? " after the opening brace" : " after the closing '}'") +
+                       " is dropped when reading; move it to a line of its own",
                    key);
         break;
-    case LayoutNoteKind::TextAfterClose:
-        report.add(Severity::Warning, "text-after-close", note.line, note.line_begin, note.span.begin,
-                   "text " + quoted(parsed.at(note.span)) +
-                       " after the closing '}' is dropped when reading; move it to a line of its own",
-                   key);
-        break;
+    }
     case LayoutNoteKind::NulByte:
         report.add(Severity::Error, "nul-byte", note.line, note.line_begin, note.span.begin,
                    "a NUL byte: the rest of this line is not read; remove it");

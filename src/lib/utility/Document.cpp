@@ -10,20 +10,11 @@
 #include "detail/TextGenerator.h"
 #include "detail/DocumentData.h"
 #include "detail/EditRules.h"
+#include "detail/ReadFile.h"
 
 namespace teskpf {
 
 namespace {
-
-FileText readOrThrow(const std::string &path) {
-    FileText text;
-    int error = 0;
-    if (!readFileText(path, text, error)) {
-        std::error_code code(error, std::generic_category());
-        throw IoError("cannot read '" + path + "': " + code.message(), path, code);
-    }
-    return text;
-}
 
 // Parses the files and builds the document; the core's std::string errors
 // become teskpf::Error naming the file being read.
@@ -62,11 +53,11 @@ Document Document::load(std::string_view name) {
     }
     std::vector<FileText> texts;
     texts.reserve(names.size());
-    for (const std::string &file : names) texts.push_back(readOrThrow(file));
+    for (const std::string &file : names) texts.push_back(readFileOrThrow(file));
     return Document(build(std::move(names), std::move(texts)));
 }
 
-Document Document::loadFile(const std::string &path) { return Document(build({path}, {readOrThrow(path)})); }
+Document Document::loadFile(const std::string &path) { return Document(build({path}, {readFileOrThrow(path)})); }
 
 Document Document::parse(std::string_view text, std::string_view name) {
     Document document(build({std::string(name)}, {FileText(text)}));

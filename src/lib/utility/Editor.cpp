@@ -6,6 +6,7 @@
 #include "detail/LineLexer.h"
 #include "detail/EditRules.h"
 #include "detail/ParsedFile.h"
+#include "detail/ReadFile.h"
 #include "detail/Revision.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"
@@ -361,12 +362,7 @@ Editor &Editor::operator=(Editor &&) noexcept = default;
 Editor::~Editor() = default;
 
 Editor Editor::open(const std::string &path) {
-    FileText text;
-    int error = 0;
-    if (!readFileText(path, text, error))
-        throw IoError("cannot read '" + path + "': " + std::generic_category().message(error), path,
-                      std::error_code(error, std::generic_category()));
-    return Editor(path, std::string(text.view()));
+    return Editor(path, std::string(readFileOrThrow(path).view()));
 }
 
 Editor Editor::openLocked(const std::string &path) {

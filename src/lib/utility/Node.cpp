@@ -6,7 +6,6 @@
 #include "detail/KeyPath.h"
 #include "TeskPf.h"
 #include "detail/ValueCheck.h"
-#include "detail/BlockSyntax.h"
 #include "detail/DocumentData.h"
 
 namespace teskpf {
@@ -22,11 +21,15 @@ std::pair<std::string, AnnotationOrigin> annotationInEffect(const detail::Docume
             annotated == entry ? AnnotationOrigin::Own : AnnotationOrigin::Enclosing};
 }
 
+EntryKind kindOf(const detail::DocumentData &data, int32_t entry) {
+    return data.store.entryOf(static_cast<size_t>(entry)).kind;
+}
+
 }  // namespace
 
-bool Node::is_block() const { return data_ && (entry_ < 0 || data_->field(entry_, FIELD_VALUE) == kArrMarker); }
+bool Node::is_block() const { return data_ && (entry_ < 0 || kindOf(*data_, entry_) == EntryKind::ArrOpen); }
 
-bool Node::is_list() const { return data_ && entry_ >= 0 && data_->field(entry_, FIELD_VALUE) == kTblMarker; }
+bool Node::is_list() const { return data_ && entry_ >= 0 && kindOf(*data_, entry_) == EntryKind::TblOpen; }
 
 bool Node::is_value() const { return data_ && entry_ >= 0 && !data_->opensBlock(entry_); }
 

@@ -2,7 +2,6 @@
 
 #include "detail/KeyPath.h"
 #include "TeskPf.h"
-#include "detail/BlockSyntax.h"
 
 namespace teskpf::detail {
 
@@ -53,10 +52,7 @@ std::string_view DocumentData::nameOf(int32_t entry) const {
     return kept(entry, FIELD_KEY, [&](std::string &buffer) { return store.writtenKey(at, buffer); });
 }
 
-bool DocumentData::opensBlock(int32_t entry) const {
-    const std::string_view value = field(entry, FIELD_VALUE);
-    return value == kArrMarker || value == kTblMarker;
-}
+bool DocumentData::opensBlock(int32_t entry) const { return store.entryOf(static_cast<size_t>(entry)).opensBlock(); }
 
 int32_t DocumentData::memberNamed(int32_t block, std::string_view name) const {
     std::string path = block < 0 ? std::string() : store.keyPath(static_cast<size_t>(block));

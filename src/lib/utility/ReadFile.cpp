@@ -1,0 +1,19 @@
+#include "detail/ReadFile.h"
+
+#include <system_error>
+
+#include <teskpf/error.h>
+
+namespace teskpf {
+
+FileText readFileOrThrow(const std::string &path) {
+    FileText text;
+    int error = 0;
+    if (!readFileText(path, text, error)) {
+        std::error_code code(error, std::generic_category());
+        throw IoError("cannot read '" + path + "': " + code.message(), path, code);
+    }
+    return text;
+}
+
+}  // namespace teskpf

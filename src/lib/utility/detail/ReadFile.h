@@ -1,0 +1,15 @@
+// Reading a whole file for the modern API, with failures reported as
+// teskpf::IoError.
+#pragma once
+
+#include <string>
+
+#include "detail/ParsedFile.h"
+
+namespace teskpf {
+
+// The text of the file at `path`. Throws IoError ("cannot read 'PATH': why")
+// when it cannot be opened or read or is not a regular file.
+FileText readFileOrThrow(const std::string &path);
+
+}  // namespace teskpf
