@@ -1,9 +1,11 @@
-// teskpf help [COMMAND | --man | --bash-completion]: the help pages, and the
-// man page and bash completion the build installs, all from the command table.
+// teskpf help [COMMAND | --man | --markdown | --bash-completion]: the help
+// pages, and the man page, tool reference and bash completion, all from the
+// command table.
 #include "bash_completion.h"
 #include "command.h"
 #include "help.h"
 #include "man_page.h"
+#include "markdown_page.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
@@ -11,11 +13,13 @@ namespace teskpf_tool {
 namespace {
 
 int runHelp(const CommandLine &line) {
-    const bool man = line.has("--man"), completion = line.has("--bash-completion");
-    if (man + completion + !line.positional.empty() > 1)
-        throw UsageError("help: choose one of COMMAND, --man and --bash-completion", "help");
+    const bool man = line.has("--man"), markdown = line.has("--markdown"), completion = line.has("--bash-completion");
+    if (man + markdown + completion + !line.positional.empty() > 1)
+        throw UsageError("help: choose one of COMMAND, --man, --markdown and --bash-completion", "help");
     if (man) {
         printManPage();
+    } else if (markdown) {
+        printMarkdownPage();
     } else if (completion) {
         printBashCompletion();
     } else if (line.positional.empty()) {
@@ -37,8 +41,9 @@ Command helpCommand() {
             "Without COMMAND, the same text as 'teskpf --help'; with it, the same\n"
             "as 'teskpf COMMAND --help'.\n"
             "  --man              the manual page teskpf(1), in roff\n"
+            "  --markdown         the tool reference docs/tool.md, in Markdown\n"
             "  --bash-completion  a bash script completing commands and options\n",
-            {{{"--man", false}, {"--bash-completion", false}}, {"COMMAND"}, 0, false},
+            {{{"--man", false}, {"--markdown", false}, {"--bash-completion", false}}, {"COMMAND"}, 0, false},
             runHelp,
             "teskpf help get"};
 }

@@ -99,6 +99,11 @@ TEST(Help, ManPageIsTheGeneratedOneAndDescribesEveryCommand) {
     EXPECT_NE(page.find("\n.SH EXIT STATUS\n"), std::string::npos);
 }
 
+TEST(Help, ToolReferenceIsTheGeneratedOneAndDescribesEveryCommand) {
+    const std::string page = readText(TESKPF_TOOL_REFERENCE);
+    EXPECT_EQ(page, output("help --markdown")) << "regenerate it: teskpf help --markdown > docs/tool.md";
+    for (const std::string &name : commandNames()) EXPECT_NE(page.find("\n## teskpf " + name + "\n"), std::string::npos) << name;
+}
 
 TEST(Help, BashCompletionIsTheGeneratedOneAndOffersEveryCommand) {
     EXPECT_EQ(readText(TESKPF_BASH_COMPLETION), output("help --bash-completion"));
