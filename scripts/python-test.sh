@@ -26,5 +26,7 @@ cp -r examples "$scratch/examples"
 (cd "$scratch/examples" && PFPATH="$scratch/examples:$scratch/examples/site-override" \
   "$scratch/venv/bin/python" "$root/examples/python_example.py")
 
-# The README's Python blocks run as they stand.
-"$scratch/venv/bin/python" "$root/tests/readme/python_blocks_test.py" "$root/README.md" "$root/examples"
+# The Python blocks of the README and of the Python reference run as they stand.
+for markdown in README.md docs/python-api.md; do
+  "$scratch/venv/bin/python" "$root/tests/readme/python_blocks_test.py" "$root/$markdown" "$root/examples"
+done
