@@ -54,7 +54,7 @@ public:
     // Replaces the value of the last entry with `key_path` (or of the entry on
     // 0-based `line`): only the value's bytes change; escapes "#" as "\#".
     // Throws EditError for a missing entry, a block opening, or a value that
-    // would not read back as given (see README "Editing files").
+    // would not read back as given (see docs/cpp-api.md, "Editing files in place").
     void setValue(const std::string &key_path, const std::string &value);
     void setValueAtLine(long line, const std::string &value);
 
