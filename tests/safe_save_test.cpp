@@ -23,11 +23,47 @@
 
 #include <gtest/gtest.h>
 
+#include "teskpf/editor.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"
 #include "test_support.h"
 
 using namespace test_support;
+
+// This program's own fsync, renameat and umask stand in for the C library's,
+// for the library too, and note what the saves ask of the system while a
+// trace is on.
+namespace save_trace {
+std::vector<std::string> *calls = nullptr;  // the trace, when on
+int umask_calls = 0;
+
+// `path` with a temporary name's random letters as "*".
+std::string starred(std::string path) {
+    if (const size_t marker = path.find(".teskpf-"); marker != std::string::npos) path.replace(marker + 8, 12, "*");
+    return path;
+}
+
+// The path `fd` is open on.
+std::string pathOf(int fd) {
+    std::error_code ignored;
+    return fs::read_symlink("/proc/self/fd/" + std::to_string(fd), ignored).string();
+}
+}  // namespace save_trace
+
+extern "C" int fsync(int fd) {
+    if (save_trace::calls) save_trace::calls->push_back("fsync " + save_trace::starred(save_trace::pathOf(fd)));
+    return static_cast<int>(syscall(SYS_fsync, fd));
+}
+
+extern "C" int renameat(int old_dir, const char *old_name, int new_dir, const char *new_name) noexcept {
+    if (save_trace::calls) save_trace::calls->push_back("rename " + save_trace::starred(old_name) + " " + new_name);
+    return static_cast<int>(syscall(SYS_renameat2, old_dir, old_name, new_dir, new_name, 0));
+}
+
+extern "C" mode_t umask(mode_t mask) noexcept {
+    ++save_trace::umask_calls;
+    return static_cast<mode_t>(syscall(SYS_umask, mask));
+}
 
 namespace {
 
@@ -388,6 +424,39 @@ TEST_F(SafeSave, FailuresLeaveTheTargetIntact) {
     EXPECT_EQ(readText(at("locked/f.pf")), "old");
 }
 
+// Every way of saving flushes the new content before the rename and the
+// directory after it, so that a crash leaves the old file or the new one,
+// and none touches the process-wide umask (other threads create files).
+TEST_F(SafeSave, FlushesAroundTheRenameAndLeavesTheUmaskAlone) {
+    makeFile(at("old.pf"), "a 1\n", 0644);
+    const std::pair<const char *, std::function<void()>> cases[] = {
+        {"old.pf", [&] { teskpf::saveFile(at("old.pf"), "a 2\n"); }},
+        {"new.pf", [&] { teskpf::saveFile(at("new.pf"), "a 2\n"); }},
+        {"written.pf",
+         [&] {
+             std::string name = at("written");  // write() adds ".pf" to it
+             TeskPf(at("old.pf"), 0).write(name);
+         }},
+        {"old.pf",
+         [&] {
+             teskpf::Editor editor = teskpf::Editor::openLocked(at("old.pf"));
+             editor.setValue("[\"a\"]", "3");
+             editor.save();
+         }},
+    };
+    for (const auto &[name, action] : cases) {
+        std::vector<std::string> calls;
+        save_trace::umask_calls = 0;
+        save_trace::calls = &calls;
+        const std::string result = outcome(action);
+        save_trace::calls = nullptr;
+        EXPECT_EQ(result, "ok") << name;
+        const std::string temp = "." + std::string(name) + ".teskpf-*";
+        EXPECT_EQ(calls, Rows({"fsync " + at(temp), "rename " + temp + " " + name, "fsync " + dir.path()})) << name;
+        EXPECT_EQ(save_trace::umask_calls, 0) << name;
+    }
+}
+
 #ifdef TESKPF_TOOL
 // The tool removes the temporary file of a save that a signal interrupts,
 // then ends by that signal; the target keeps its old content.
@@ -488,18 +557,25 @@ TEST_F(SafeSave, LockWaitsAndFollowsTheReplacedFile) {
 }
 
 // Locked read-modify-writes from many processes lose no update, though each
-// save replaces the file the others wait on.
+// save replaces the file the others wait on; half of them edit through
+// Editor::openLocked, half take a FileLock around saveFile.
 TEST_F(SafeSave, LockSerializesReadModifyWrite) {
     const std::string path = at("counter");
-    makeFile(path, "0", 0644);
+    makeFile(path, "n 0\n", 0644);
     const int kProcesses = 8, kRounds = 25;
     std::vector<pid_t> children;
     for (int p = 0; p < kProcesses; ++p) {
         pid_t pid = fork();
         if (pid == 0) {
             for (int round = 0; round < kRounds; ++round) {
-                teskpf::FileLock lock(path);
-                teskpf::saveFile(path, std::to_string(std::stoi(readText(path)) + 1));
+                if (p % 2) {
+                    teskpf::Editor editor = teskpf::Editor::openLocked(path);
+                    editor.setValue("[\"n\"]", std::to_string(std::stoi(editor.text().substr(2)) + 1));
+                    editor.save();
+                } else {
+                    teskpf::FileLock lock(path);
+                    teskpf::saveFile(path, "n " + std::to_string(std::stoi(readText(path).substr(2)) + 1) + "\n");
+                }
             }
             _exit(0);
         }
@@ -510,7 +586,7 @@ TEST_F(SafeSave, LockSerializesReadModifyWrite) {
         waitpid(pid, &status, 0);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
-    EXPECT_EQ(readText(path), std::to_string(kProcesses * kRounds));
+    EXPECT_EQ(readText(path), "n " + std::to_string(kProcesses * kRounds) + "\n");
 }
 
 TEST_F(SafeSave, LockRefusesWhatItCannotLock) {

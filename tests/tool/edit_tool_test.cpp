@@ -87,8 +87,12 @@ TEST(EditTool, GoldenCases) {
         const auto before = filesUnder((entry.path() / "before").string());
         for (const auto &[path, text] : before) dir.write(path, text);
         const long from = static_cast<long>(std::time(nullptr));
-        EXPECT_EQ(runTool(args, dir.path(), pfpath), expected_status) << name;
+        const tool_run::ToolRun run = tool_run::runTool(args, dir.path(), pfpath);
         const long to = static_cast<long>(std::time(nullptr));
+        EXPECT_EQ(run.status, expected_status) << name << ": " << run.err;
+        if (fs::exists(entry.path() / "stderr")) {
+            EXPECT_EQ(run.err, readText((entry.path() / "stderr").string())) << name;
+        }
         const auto after = filesUnder((entry.path() / "after").string());
         const auto now = filesUnder(dir.path());
         for (const auto &[path, text] : now) {
@@ -102,36 +106,55 @@ TEST(EditTool, GoldenCases) {
     EXPECT_GE(count, 15);
 }
 
-// A one-value set of each shipped parameter file changes exactly the line of
-// the value in effect, and the top-level pf_revision_time line if there is one.
+// A one-value set of every file under tests/data (each one reads as a
+// parameter file, whatever its name) and of the example changes exactly the
+// line of the value in effect, and the top-level pf_revision_time line if
+// there is one. A file with no plain value in effect gets one added with
+// --file: one new line, every other line kept, or a refusal that writes
+// nothing.
 TEST(EditTool, OneValueEditChangesOneLine) {
     std::vector<fs::path> files{fs::path(TESKPF_EXAMPLES_DIR) / "station.pf"};
     for (const auto &entry : fs::recursive_directory_iterator(TESKPF_TEST_DATA_DIR))
-        if (entry.is_regular_file() && entry.path().extension() == ".pf") files.push_back(entry.path());
-    int edited = 0;
+        if (entry.is_regular_file()) files.push_back(entry.path());
+    int edited = 0, added = 0;
     for (const fs::path &file : files) {
         TempDir dir;
         const std::string original = readText(file.string());
         const std::string copy = dir.write("f.pf", original);
-        std::optional<TeskPf> pf;
-        try {
-            pf.emplace(copy, 0);
-        } catch (const std::string &) {
-            continue;  // does not load: nothing to set
-        }
         std::string key;
         bool has_revision = false;
-        for (int i = 0; i < pf->size(); ++i) {
-            const std::string k = pf->getKey(i), value = pf->getValue(i, nullptr, nullptr);
-            if (k == "[\"pf_revision_time\"]") {
-                has_revision = true;
-            } else if (key.empty() && !k.empty() && value != "&Arr" && value != "&Tbl" && pf->getEntryIndex(k) == i) {
-                key = k;
+        {
+            TeskPf pf(copy, 0);
+            for (int i = 0; i < pf.size(); ++i) {
+                const std::string k = pf.getKey(i), value = pf.getValue(i, nullptr, nullptr);
+                if (k == "[\"pf_revision_time\"]") {
+                    has_revision = true;
+                } else if (key.empty() && !k.empty() && value != "&Arr" && value != "&Tbl" &&
+                           pf.getEntryIndex(k) == i) {
+                    key = k;
+                }
             }
         }
-        if (key.empty()) continue;
+        const std::vector<std::string> before = linesOf(original);
+        if (key.empty()) {
+            const int status = runTool({"set", "--file", "f.pf", "f", "added_key", "edited-value"}, dir.path());
+            const std::string now = readText(copy);
+            if (status == 2) {
+                EXPECT_EQ(now, original) << file << ": a refused addition wrote";
+                continue;
+            }
+            ASSERT_EQ(status, 0) << file;
+            std::vector<std::string> after = linesOf(now);
+            const auto line = std::find(after.begin(), after.end(), "added_key\tedited-value");
+            ASSERT_NE(line, after.end()) << file << " is\n" << now;
+            after.erase(line);
+            EXPECT_EQ(after, before) << file;
+            EXPECT_EQ(TeskPf(copy, 0).getValue("[\"added_key\"]", nullptr, nullptr), "edited-value") << file;
+            ++added;
+            continue;
+        }
         ASSERT_EQ(runTool({"set", "f", key, "edited-value"}, dir.path()), 0) << file << " " << key;
-        const std::vector<std::string> before = linesOf(original), after = linesOf(readText(copy));
+        const std::vector<std::string> after = linesOf(readText(copy));
         ASSERT_EQ(after.size(), before.size()) << file;
         size_t changed = 0;
         for (size_t i = 0; i < before.size(); ++i) changed += before[i] != after[i];
@@ -139,7 +162,8 @@ TEST(EditTool, OneValueEditChangesOneLine) {
         EXPECT_EQ(TeskPf(copy, 0).getValue(key, nullptr, nullptr), "edited-value") << file;
         ++edited;
     }
-    EXPECT_GE(edited, 10);
+    EXPECT_GE(edited, 90);
+    EXPECT_GE(added, 4);
 }
 
 // Pairs of set runs on one file, started together, each changing its own

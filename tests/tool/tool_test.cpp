@@ -91,6 +91,9 @@ TEST_F(Tool, CommandsReadingFiles) {
 TEST_F(Tool, CommandsWritingFiles) {
     const std::string formatted = run({"fmt", "good"});
     EXPECT_EQ(formatted.rfind("0|# station\nname\tKBS1\t#<str> code\n", 0), 0u) << formatted;  // regenerated
+    EXPECT_EQ(run({"fmt", "good", "-o", "out.conf"}), "0||");  // exactly "out.conf", no suffix added
+    EXPECT_EQ("0|" + get("out.conf") + "|", formatted);
+    EXPECT_FALSE(fs::exists(dir.path() + "/out.conf.pf"));
     EXPECT_EQ(run({"set", "good", "name", "KBS9", "-o", "copy"}), "0||");  // exactly "copy", no suffix added
     EXPECT_EQ(run({"get", "copy", "name"}), "0|KBS9\n|");
     EXPECT_EQ(get("good.pf"), kGood);  // -o leaves the source alone
