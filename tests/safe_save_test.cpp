@@ -596,8 +596,10 @@ TEST_F(SafeSave, LockRefusesWhatItCannotLock) {
         {"fifo", "not a regular file [EINVAL]"},  // without waiting for a writer
         {"", "not a regular file [EISDIR]"},      // the directory itself
     };
-    for (const auto &[name, reason] : cases)
-        EXPECT_EQ(outcome([&] { teskpf::FileLock lock(at(name)); }), "cannot lock '" + at(name) + "': " + reason);
+    for (const auto &[name, reason] : cases) {
+        const std::string path = at(name);  // a lambda cannot capture a structured binding in C++17
+        EXPECT_EQ(outcome([&] { teskpf::FileLock lock(path); }), "cannot lock '" + path + "': " + reason);
+    }
 }
 
 }  // namespace
