@@ -98,49 +98,55 @@ TEST(Editor, AddAndRemoveShapes) {
     });
 }
 
-// Each row: the file, the edit, the start of the refusal's message. The text
-// must stay as it was.
+// Each row: the file, the edit, the start of the refusal's message, and the
+// 1-based line of the entry it concerns (0: none). The text must stay as it was.
 TEST(Editor, RefusesEditsThatWouldNotReadBack) {
     const char file[] = "k v\nb &Arr{\n  x 1\n}\nl &Tbl{\n  a\n}\n";
-    const std::vector<std::pair<std::function<void(Editor &)>, std::string>> cases = {
-        {[](Editor &e) { e.setValue("[\"k\"]", "a\nb"); }, "a line break"},
-        {[](Editor &e) { e.setValue("[\"k\"]", "a\rb"); }, "a line break"},
-        {[](Editor &e) { e.setValue("[\"k\"]", std::string("a\0b", 3)); }, "a NUL byte"},
-        {[](Editor &e) { e.setValue("[\"k\"]", "a\tb"); }, "a tab"},
-        {[](Editor &e) { e.setValue("[\"k\"]", " a"); }, "white space"},
-        {[](Editor &e) { e.setValue("[\"k\"]", "a "); }, "white space"},
-        {[](Editor &e) { e.setValue("[\"k\"]", "&Arr{"); }, "a value starting with"},
-        {[](Editor &e) { e.setValue("[\"k\"]", "&Tbl{x"); }, "a value starting with"},
-        {[](Editor &e) { e.setValue("[\"k\"]", "&Arr"); }, "a value starting with"},
-        {[](Editor &e) { e.setValue("[\"l\"][0]", "}"); }, "a list member starting with"},
-        {[](Editor &e) { e.setValue("[\"l\"][0]", ""); }, "an empty list member"},
-        {[](Editor &e) { e.setValue("[\"b\"]", "1"); }, "it opens a block"},
-        {[](Editor &e) { e.setValue("[\"nope\"]", "1"); }, "there is no key"},
-        {[](Editor &e) { e.setValueAtLine(3, "1"); }, "line 4 holds no key"},
-        {[](Editor &e) { e.setValueAtLine(99, "1"); }, "line 100 holds no key"},
-        {[](Editor &e) { e.setComment("[\"k\"]", "two\nlines"); }, "a line break"},
-        {[](Editor &e) { e.add("[\"k\"]", "1"); }, "the key is already there"},
-        {[](Editor &e) { e.add("[\"k\"][\"x\"]", "1"); }, "[\"k\"] is not an \"&Arr{\" block"},
-        {[](Editor &e) { e.add("[\"b\"][0]", "1"); }, "[\"b\"] is not a list block"},
-        {[](Editor &e) { e.add("[\"l\"][5]", "1"); }, "a list member can only be added at the next position, [1]"},
-        {[](Editor &e) { e.add("[\"l\"][1]", "}"); }, "a list member starting with"},
-        {[](Editor &e) { e.add("[\"n\"][0]", "1"); }, "a new block is an"},
-        {[](Editor &e) { e.add("[\"a b\"]", "1"); }, "white space in a key"},
-        {[](Editor &e) { e.add("[\"a#\"]", "1"); }, "a \"#\" in a key"},
-        {[](Editor &e) { e.add("[\"}\"]", "1"); }, "a line starting with"},
-        {[](Editor &e) { e.add("gain", "1"); }, "it is not a key path"},
-        {[](Editor &e) { e.add("[0]", "1"); }, "the top level holds named keys"},
-        {[](Editor &e) { e.remove("[\"nope\"]"); }, "there is no key"},
+    struct Case {
+        std::function<void(Editor &)> edit;
+        std::string message;
+        long line;
+    };
+    const std::vector<Case> cases = {
+        {[](Editor &e) { e.setValue("[\"k\"]", "a\nb"); }, "a line break", 1},
+        {[](Editor &e) { e.setValue("[\"k\"]", "a\rb"); }, "a line break", 1},
+        {[](Editor &e) { e.setValue("[\"k\"]", std::string("a\0b", 3)); }, "a NUL byte", 1},
+        {[](Editor &e) { e.setValue("[\"k\"]", "a\tb"); }, "a tab", 1},
+        {[](Editor &e) { e.setValue("[\"k\"]", " a"); }, "white space", 1},
+        {[](Editor &e) { e.setValue("[\"k\"]", "a "); }, "white space", 1},
+        {[](Editor &e) { e.setValue("[\"k\"]", "&Arr{"); }, "a value starting with", 1},
+        {[](Editor &e) { e.setValue("[\"k\"]", "&Tbl{x"); }, "a value starting with", 1},
+        {[](Editor &e) { e.setValue("[\"k\"]", "&Arr"); }, "a value starting with", 1},
+        {[](Editor &e) { e.setValue("[\"l\"][0]", "}"); }, "a list member starting with", 6},
+        {[](Editor &e) { e.setValue("[\"l\"][0]", ""); }, "an empty list member", 6},
+        {[](Editor &e) { e.setValue("[\"b\"]", "1"); }, "it opens a block", 2},
+        {[](Editor &e) { e.setValue("[\"nope\"]", "1"); }, "there is no key", 0},
+        {[](Editor &e) { e.setValueAtLine(3, "1"); }, "line 4 holds no key", 0},
+        {[](Editor &e) { e.setValueAtLine(99, "1"); }, "line 100 holds no key", 0},
+        {[](Editor &e) { e.setComment("[\"k\"]", "two\nlines"); }, "a line break", 1},
+        {[](Editor &e) { e.add("[\"k\"]", "1"); }, "the key is already there", 1},
+        {[](Editor &e) { e.add("[\"k\"][\"x\"]", "1"); }, "[\"k\"] is not an \"&Arr{\" block", 1},
+        {[](Editor &e) { e.add("[\"b\"][0]", "1"); }, "[\"b\"] is not a list block", 2},
+        {[](Editor &e) { e.add("[\"l\"][5]", "1"); }, "a list member can only be added at the next position, [1]", 0},
+        {[](Editor &e) { e.add("[\"l\"][1]", "}"); }, "a list member starting with", 0},
+        {[](Editor &e) { e.add("[\"n\"][0]", "1"); }, "a new block is an", 0},
+        {[](Editor &e) { e.add("[\"a b\"]", "1"); }, "white space in a key", 0},
+        {[](Editor &e) { e.add("[\"a#\"]", "1"); }, "a \"#\" in a key", 0},
+        {[](Editor &e) { e.add("[\"}\"]", "1"); }, "a line starting with", 0},
+        {[](Editor &e) { e.add("gain", "1"); }, "it is not a key path", 0},
+        {[](Editor &e) { e.add("[0]", "1"); }, "the top level holds named keys", 0},
+        {[](Editor &e) { e.remove("[\"nope\"]"); }, "there is no key", 0},
     };
     for (size_t i = 0; i < cases.size(); ++i) {
         Editor editor = Editor::fromText("f.pf", file);
         try {
-            cases[i].first(editor);
+            cases[i].edit(editor);
             ADD_FAILURE() << "case " << i << " was not refused";
         } catch (const teskpf::EditError &error) {
             const std::string message = error.what();
-            EXPECT_NE(message.find(": " + cases[i].second), std::string::npos) << "case " << i << ": " << message;
+            EXPECT_NE(message.find(": " + cases[i].message), std::string::npos) << "case " << i << ": " << message;
             EXPECT_EQ(error.file(), "f.pf");
+            EXPECT_EQ(error.line(), cases[i].line) << "case " << i << ": " << message;
         }
         EXPECT_EQ(editor.text(), file) << "case " << i;
         EXPECT_FALSE(editor.changed());
@@ -149,9 +155,15 @@ TEST(Editor, RefusesEditsThatWouldNotReadBack) {
 
 TEST(Editor, ValueBeforeAnAdjacentCommentIsCheckedOnReading) {
     // "x\" right before "#" would escape the comment's "#": refused unchanged.
-    Editor editor = Editor::fromText("f.pf", "k v#c\n");
-    EXPECT_THROW(editor.setValue("[\"k\"]", "x\\"), teskpf::EditError);
-    EXPECT_EQ(editor.text(), "k v#c\n");
+    Editor editor = Editor::fromText("f.pf", "a 1\nk v#c\n");
+    try {
+        editor.setValue("[\"k\"]", "x\\");
+        ADD_FAILURE() << "not refused";
+    } catch (const teskpf::EditError &error) {
+        EXPECT_NE(std::string(error.what()).find("would not read back"), std::string::npos) << error.what();
+        EXPECT_EQ(error.line(), 2);
+    }
+    EXPECT_EQ(editor.text(), "a 1\nk v#c\n");
 }
 
 TEST(Editor, SaveRefreshesTopLevelRevisionTimeInPlace) {

@@ -81,11 +81,15 @@ class Block(Mapping):
             raise KeyError(name)
         return _wrap(member)
 
+    def _names(self) -> list[str]:
+        """Each member name once, in file order; a repeated name stands for its last definition."""
+        return list(dict.fromkeys(self._node.names()))
+
     def __iter__(self) -> Iterator[str]:
-        return iter(self._node.names())
+        return iter(self._names())
 
     def __len__(self) -> int:
-        return self._node.size()
+        return len(self._names())
 
     def __contains__(self, name: object) -> bool:
         return isinstance(name, str) and bool(self._node.member(name))

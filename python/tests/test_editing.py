@@ -1,7 +1,20 @@
-"""teskpf.edit: in-place edits, saved only on a clean exit."""
+"""teskpf.edit: in-place edits, saved only on a clean exit, under the file's lock."""
+
+import fcntl
 
 import pytest
 import teskpf
+
+
+def _locked(path) -> bool:
+    """Whether another open file description would have to wait for the file's lock."""
+    with open(path) as other:
+        try:
+            fcntl.flock(other, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            return True
+        fcntl.flock(other, fcntl.LOCK_UN)
+        return False
 
 
 def test_edit_changes_only_the_value_and_saves(station):
@@ -46,3 +59,28 @@ def test_unset_removes_a_block(station):
     with teskpf.edit(path) as ed:
         ed.unset("display")
     assert "display" not in teskpf.load(path)
+
+
+def _raise(error):
+    raise error
+
+
+# How the block ends: the edit made inside it, and the exception it ends with.
+@pytest.mark.parametrize("edit, raised", [
+    (lambda ed: ed.set("status", "retired"), None),
+    (lambda ed: _raise(RuntimeError("stop")), RuntimeError),
+    (lambda ed: ed.set("status", "two\nlines"), teskpf.EditError),
+])
+def test_the_lock_is_held_inside_the_block_and_released_on_leaving(station, edit, raised):
+    path = station / "station.pf"
+    seen_inside = []
+    try:
+        with teskpf.edit(path) as ed:
+            seen_inside.append(_locked(path))
+            edit(ed)
+    except Exception as error:  # noqa: BLE001 - compared with the expected type below
+        assert raised is not None and isinstance(error, raised)
+    else:
+        assert raised is None
+    assert seen_inside == [True]
+    assert not _locked(path)

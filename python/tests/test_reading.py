@@ -29,6 +29,14 @@ def test_blocks_are_mappings_and_lists_sequences(station):
     assert cfg["site_note"] == "vault B#2, north wall"
 
 
+def test_a_repeated_key_is_one_mapping_key_with_its_last_value(write):
+    cfg = teskpf.load(write("dup.pf", "a\t1\nb &Arr{\n\tx\t1\n\tx\t2\n}\na\t3\n"))
+    assert list(cfg) == ["a", "b"] and len(cfg) == 2
+    assert dict(cfg["b"]) == {"x": "2"} and len(cfg["b"]) == 1
+    assert cfg["a"] == "3"
+    assert cfg.to_dict() == {"a": "3", "b": {"x": "2"}}
+
+
 def test_missing_members_raise_key_and_index_errors(station):
     cfg = teskpf.load(station / "station.pf")
     with pytest.raises(KeyError):

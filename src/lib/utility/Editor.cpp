@@ -93,8 +93,9 @@ std::string commentText(std::string_view comment) {
     return words.empty() ? std::string() : "#" + std::string(words);
 }
 
-[[noreturn]] void refuse(const std::string &name, const std::string &what, const std::string &why) {
-    throw EditError("cannot " + what + ": " + why, name);
+// `line`: the 1-based line of the entry the edit concerns; 0 when there is none.
+[[noreturn]] void refuse(const std::string &name, const std::string &what, const std::string &why, long line = 0) {
+    throw EditError("cannot " + what + ": " + why, name, line);
 }
 
 }  // namespace
@@ -108,6 +109,8 @@ struct Editor::State {
 
     const std::vector<FileEntry> &entries() const { return parsed->entries(); }
     const FileEntry &entry(size_t i) const { return entries()[i]; }
+    // The 1-based line of entry `i`, as errors report it.
+    long lineNumber(size_t i) const { return static_cast<long>(entry(i).line) + 1; }
 
     size_t indexOfPath(const std::string &path, const std::string &what) const {
         long found = lastWithPath(*parsed, path);
@@ -145,15 +148,17 @@ struct Editor::State {
     }
 
     // Replaces text[begin, end) by `replacement`, re-reads the result and
-    // checks it with `verify`; keeps the old text when that throws.
+    // checks it with `verify`; keeps the old text when that throws. `line`:
+    // the 1-based line of the entry edited, for the error; 0 for none.
     template <typename Verify>
-    void splice(size_t begin, size_t end, std::string_view replacement, const std::string &what, Verify verify) {
+    void splice(size_t begin, size_t end, std::string_view replacement, const std::string &what, long line,
+                Verify verify) {
         std::string next;
         next.reserve(text.size() - (end - begin) + replacement.size());
         next.append(text, 0, begin).append(replacement).append(text, end, std::string::npos);
         std::unique_ptr<ParsedFile> reread = parse(name, next);
         if ((reread->strayCloseLine() >= 0) != (parsed->strayCloseLine() >= 0) || !verify(*reread))
-            refuse(name, what, "the result would not read back as asked");
+            refuse(name, what, "the result would not read back as asked", line);
         changed = changed || next != text;
         text = std::move(next);
         parsed = std::move(reread);
@@ -161,8 +166,10 @@ struct Editor::State {
 
     void setValueAt(size_t index, const std::string &value, const std::string &what) {
         const FileEntry &e = entry(index);
-        if (e.opensBlock()) refuse(name, what, "it opens a block; only plain values can be set");
-        if (std::string problem = valueProblem(value, e.position >= 0); !problem.empty()) refuse(name, what, problem);
+        const long line = lineNumber(index);
+        if (e.opensBlock()) refuse(name, what, "it opens a block; only plain values can be set", line);
+        if (std::string problem = valueProblem(value, e.position >= 0); !problem.empty())
+            refuse(name, what, problem, line);
         std::string written;
         size_t begin = e.value.begin, end = e.value.end();
         if (e.value.size == 0) {
@@ -174,13 +181,14 @@ struct Editor::State {
         std::vector<Record> expected = recordsOf(*parsed);
         expected[index].value = value;
         const auto layout = layoutOf(*parsed);
-        splice(begin, end, written, what, [&](const ParsedFile &reread) {
+        splice(begin, end, written, what, line, [&](const ParsedFile &reread) {
             return recordsOf(reread) == expected && layoutOf(reread) == layout;
         });
     }
 
     void setCommentAt(size_t index, const std::string &comment, const std::string &what) {
-        if (std::string problem = commentProblem(comment); !problem.empty()) refuse(name, what, problem);
+        const long line = lineNumber(index);
+        if (std::string problem = commentProblem(comment); !problem.empty()) refuse(name, what, problem, line);
         const FileEntry &e = entry(index);
         std::string written = commentText(comment);
         std::string_view annotation =
@@ -199,7 +207,7 @@ struct Editor::State {
         }
         std::vector<Record> before = recordsOf(*parsed);
         const auto layout = layoutOf(*parsed);
-        splice(begin, end, replacement, what, [&](const ParsedFile &reread) {
+        splice(begin, end, replacement, what, line, [&](const ParsedFile &reread) {
             std::vector<Record> after = recordsOf(reread);
             if (after.size() != before.size()) return false;
             before[index].comment = after[index].comment;
@@ -213,7 +221,8 @@ struct Editor::State {
         size_t begin = entry(index).line_begin, end = extentEnd(index);
         std::vector<Record> expected = recordsOf(*parsed);
         expected.erase(expected.begin() + static_cast<long>(index), expected.begin() + static_cast<long>(index + count));
-        splice(begin, end, "", what, [&](const ParsedFile &reread) { return recordsOf(reread) == expected; });
+        splice(begin, end, "", what, lineNumber(index),
+               [&](const ParsedFile &reread) { return recordsOf(reread) == expected; });
     }
 
     void add(const std::string &path, const std::string &value, const std::string &comment);
@@ -241,7 +250,8 @@ void Editor::State::add(const std::string &path, const std::string &value, const
         else
             appendNamedComponent(prefixes[i], components[i].name);
     }
-    if (lastWithPath(*parsed, prefixes.back()) >= 0) refuse(name, what, "the key is already there");
+    if (long there = lastWithPath(*parsed, prefixes.back()); there >= 0)
+        refuse(name, what, "the key is already there", lineNumber(static_cast<size_t>(there)));
     long parent = -1;
     size_t first_missing = 0;
     for (size_t i = components.size() - 1; i-- > 0;) {
@@ -250,7 +260,8 @@ void Editor::State::add(const std::string &path, const std::string &value, const
         const bool want_list = components[i + 1].position >= 0;
         const EntryKind kind = entry(static_cast<size_t>(found)).kind;
         if (kind != (want_list ? EntryKind::TblOpen : EntryKind::ArrOpen))
-            refuse(name, what, prefixes[i] + (want_list ? " is not a list block" : " is not an \"&Arr{\" block"));
+            refuse(name, what, prefixes[i] + (want_list ? " is not a list block" : " is not an \"&Arr{\" block"),
+                   lineNumber(static_cast<size_t>(found)));
         parent = found;
         first_missing = i + 1;
         break;
@@ -330,7 +341,7 @@ void Editor::State::add(const std::string &path, const std::string &value, const
     const size_t added = components.size() - first_missing;
     const size_t before_count = entries().size();
     const std::vector<Record> before = recordsOf(*parsed);
-    splice(at, at, lines, what, [&](const ParsedFile &reread) {
+    splice(at, at, lines, what, 0, [&](const ParsedFile &reread) {
         std::vector<Record> after = recordsOf(reread);
         if (after.size() != before_count + added) return false;
         long found = lastWithPath(reread, path);
