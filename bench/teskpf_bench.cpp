@@ -241,29 +241,63 @@ BENCHMARK(BM_GetPfString)->Apply(linear);
 BENCHMARK(BM_Write)->Apply(linear);
 BENCHMARK(BM_GetPf)->Apply(linear);
 
+// A list of N members w(N-1) ... w0, each one a line; `annotation` goes on
+// the opening line.
+std::string wordList(size_t words, const std::string &annotation) {
+    std::string text = "list &Tbl{" + annotation + "\n";
+    for (size_t i = words; i-- > 0;) text += "  w" + std::to_string(i) + "\n";
+    return text + "}\n";
+}
+
+// " #<str>(w0 ... w(N-1))"
+std::string wordAnnotation(size_t words) {
+    std::string text = " #<str>(";
+    for (size_t i = 0; i < words; ++i) text += (i ? " w" : "w") + std::to_string(i);
+    return text + ")";
+}
+
 // teskpf::checkFile on a list of N members under a <str>(...) annotation of
 // N words: linear, since each annotation's words are hashed once.
 void BM_CheckWordList(benchmark::State &state) {
     const size_t words = static_cast<size_t>(state.range(0));
-    std::string text = "list &Tbl{ #<str>(";
-    for (size_t i = 0; i < words; ++i) text += (i ? " w" : "w") + std::to_string(i);
-    text += ")\n";
-    for (size_t i = words; i-- > 0;) text += "  w" + std::to_string(i) + "\n";
-    text += "}\n";
     const std::string file =
         (fs::temp_directory_path() / ("teskpf-bench-words-" + std::to_string(getpid()) + ".pf")).string();
-    teskpf_bench::writeTextFile(file, text);
+    teskpf_bench::writeTextFile(file, wordList(words, wordAnnotation(words)));
     for (auto _ : state) benchmark::DoNotOptimize(teskpf::checkFile(file));
     fs::remove(file);
     state.SetComplexityN(static_cast<int64_t>(words));
 }
 
-BENCHMARK(BM_CheckWordList)
-    ->Arg(10000)
-    ->Arg(20000)
-    ->MinTime(kMinSeconds)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity(benchmark::oN);
+// teskpf::checkName on the same list in two layers: the site's copy has no
+// annotation, so every member is checked against the base's. Linear too:
+// the base's block annotation is made and hashed once for all members.
+void BM_CheckLayeredWordList(benchmark::State &state) {
+    const size_t words = static_cast<size_t>(state.range(0));
+    const fs::path dir = fs::temp_directory_path() / ("teskpf-bench-layers-" + std::to_string(getpid()));
+    fs::create_directories(dir / "base");
+    fs::create_directories(dir / "site");
+    teskpf_bench::writeTextFile((dir / "base" / "words.pf").string(), wordList(words, wordAnnotation(words)));
+    teskpf_bench::writeTextFile((dir / "site" / "words.pf").string(), wordList(words, ""));
+    const char *saved = std::getenv("PFPATH");
+    const std::string previous = saved ? saved : "";
+    setenv("PFPATH", ((dir / "base").string() + ":" + (dir / "site").string()).c_str(), 1);
+    for (auto _ : state) benchmark::DoNotOptimize(teskpf::checkName("words"));
+    if (saved)
+        setenv("PFPATH", previous.c_str(), 1);
+    else
+        unsetenv("PFPATH");
+    fs::remove_all(dir);
+    state.SetComplexityN(static_cast<int64_t>(words));
+}
+
+// Four sizes, so that the complexity fit tells linear from quadratic.
+void wordListSizes(benchmark::internal::Benchmark *family) {
+    for (int64_t words : {10000, 20000, 40000, 80000}) family->Arg(words);
+    family->MinTime(kMinSeconds)->Unit(benchmark::kMillisecond)->Complexity(benchmark::oN);
+}
+
+BENCHMARK(BM_CheckWordList)->Apply(wordListSizes);
+BENCHMARK(BM_CheckLayeredWordList)->Apply(wordListSizes);
 
 }  // namespace
 

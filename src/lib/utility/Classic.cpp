@@ -1,18 +1,14 @@
 #include <teskpf/classic.h>
 
-#include "detail/AnnotationRule.h"
+#include "detail/ClassicAccess.h"
 
 namespace teskpf {
 
+// The store decides, as it does for checkValue, without copying annotation
+// texts: a block's annotation may be long and serve many members.
 int annotatedEntry(const TeskPf &pf, int index) {
     if (index < 0 || index >= pf.size()) return -1;
-    return annotatedEntry(
-        index, [&](int i) { return pf.getConstraints(i, nullptr); },
-        [&](int i) {
-            const std::string key = pf.getKey(i);
-            const std::string_view enclosing = enclosingKey(key);
-            return enclosing.empty() ? -1 : pf.getEntryIndex(std::string(enclosing));
-        });
+    return detail::ClassicAccess::store(pf)->annotatedEntry(static_cast<size_t>(index));
 }
 
 }  // namespace teskpf

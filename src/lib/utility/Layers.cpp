@@ -98,40 +98,44 @@ SourceLine splitSource(const std::string &source) {
     return {source.substr(0, colon), std::strtol(source.c_str() + colon + 1, nullptr, 10)};
 }
 
-std::shared_ptr<const AnnotationInEffect> AnnotationResolver::classic(const TeskPf &pf, int index, bool memo) {
-    static const auto none = std::make_shared<const AnnotationInEffect>();
-    const int annotated = annotatedEntry(pf, index);
-    if (annotated < 0) return none;
-    // A block's annotation serves all its members: make it once.
-    const bool shared = memo && annotated != index;
+std::shared_ptr<const AnnotationInEffect> AnnotationResolver::made(const TeskPf &pf, int annotated, bool inherited,
+                                                                   bool shared) {
     if (shared) {
-        auto found = merged_blocks_.find(annotated);
-        if (found != merged_blocks_.end()) return found->second;
+        auto found = blocks_.find({&pf, annotated});
+        if (found != blocks_.end()) return found->second;
     }
     auto annotation = std::make_shared<const AnnotationInEffect>(
-        AnnotationInEffect{pf.getConstraints(annotated, nullptr), splitSource(pf.getSource(annotated)), false});
-    if (shared) merged_blocks_.emplace(annotated, annotation);
+        AnnotationInEffect{pf.getConstraints(annotated, nullptr), splitSource(pf.getSource(annotated)), inherited});
+    if (shared) blocks_.emplace(std::make_pair(&pf, annotated), annotation);
     return annotation;
 }
 
 std::shared_ptr<const AnnotationInEffect> AnnotationResolver::of(int index) {
+    static const auto none = std::make_shared<const AnnotationInEffect>();
     const TeskPf &merged = *layers_.merged;
-    std::shared_ptr<const AnnotationInEffect> found = classic(merged, index, true);
-    if (!found->text.empty()) return found;
+    // A block's annotation serves all its members: made once, in any layer.
+    const int annotated = annotatedEntry(merged, index);
+    if (annotated >= 0) return made(merged, annotated, false, annotated != index);
     const std::string key = merged.getKey(index);
+    const std::string_view block_key = enclosingKey(key);
     for (int below = layers_.layerOf(splitSource(merged.getSource(index)).file); below-- > 0;) {
         const std::optional<TeskPf> &alone = layers_.files[static_cast<size_t>(below)].alone;
-        const TeskPf *lower = alone ? &*alone : nullptr;
-        int replaced = lower ? lower->getEntryIndex(key) : -1;
-        if (replaced < 0) continue;
-        std::shared_ptr<const AnnotationInEffect> inherited = classic(*lower, replaced, false);
-        if (!inherited->text.empty()) {
-            AnnotationInEffect copy = *inherited;
-            copy.inherited = true;
-            return std::make_shared<const AnnotationInEffect>(std::move(copy));
+        if (!alone) continue;
+        const TeskPf &lower = *alone;
+        const int replaced = lower.getEntryIndex(key);
+        if (replaced >= 0) {
+            const int lower_annotated = annotatedEntry(lower, replaced);
+            if (lower_annotated >= 0) return made(lower, lower_annotated, true, lower_annotated != replaced);
+            continue;
         }
+        // A member the lower layer lacks: the own annotation of the block
+        // the override replaced there.
+        const int block = block_key.empty() ? -1 : lower.getEntryIndex(std::string(block_key));
+        if (block < 0 || annotatedEntry(lower, block) != block) continue;
+        const std::string opening = lower.getEntry(block).get(FIELD_VALUE);
+        if (opening == "&Arr" || opening == "&Tbl") return made(lower, block, true, true);
     }
-    return found;
+    return none;
 }
 
 }  // namespace teskpf

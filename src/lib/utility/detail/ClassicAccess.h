@@ -18,6 +18,8 @@ struct ClassicAccess {
     static TeskPf fromParsed(std::vector<ParsedFile> files, std::string name) {
         return TeskPf(std::make_shared<const Store>(std::move(files)), std::move(name));
     }
+    // The entries behind a handle; null for a handle that holds none.
+    static const Store *store(const TeskPf &pf) { return pf.store.get(); }
 };
 
 }  // namespace teskpf::detail

@@ -3,10 +3,10 @@
 // decides which definition is in effect and which annotation applies.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "TeskPf.h"
@@ -54,8 +54,9 @@ struct AnnotationInEffect {
 
 // Finds the annotation of merged entries: its own, else its enclosing block's
 // (the classic rule), else that of the same key in the nearest lower layer
-// that defines it with one (an override keeps the rule it replaced). A
-// block's annotation is looked up once, however many members it has.
+// that defines it with one (an override keeps the rule it replaced), or, for
+// a member that layer lacks, the annotation of the block it replaced there.
+// A block's annotation is made once, however many members it has.
 class AnnotationResolver {
 public:
     explicit AnnotationResolver(const Layers &layers) : layers_(layers) {}
@@ -63,10 +64,13 @@ public:
     std::shared_ptr<const AnnotationInEffect> of(int index);
 
 private:
-    std::shared_ptr<const AnnotationInEffect> classic(const TeskPf &pf, int index, bool memo);
+    // The annotation written on entry `annotated` of `pf`; `inherited` when
+    // `pf` is a lower layer; made once when `shared` (a block's).
+    std::shared_ptr<const AnnotationInEffect> made(const TeskPf &pf, int annotated, bool inherited, bool shared);
 
     const Layers &layers_;
-    std::unordered_map<int, std::shared_ptr<const AnnotationInEffect>> merged_blocks_;
+    // Block annotations made so far, by handle and entry.
+    std::map<std::pair<const TeskPf *, int>, std::shared_ptr<const AnnotationInEffect>> blocks_;
 };
 
 }  // namespace teskpf
