@@ -200,6 +200,23 @@ TEST(DocumentTypedAccess, ConvertsValuesOnly) {
     EXPECT_EQ(doc["n"].value_or(std::int64_t{7}), 16);
 }
 
+// A key with an empty value is there and holds ""; a missing key holds nothing.
+TEST(DocumentTypedAccess, TellsAnEmptyValueFromAMissingKey) {
+    Document doc = Document::parse("empty\nblk &Arr{\n\tinner\n}\n");
+    for (const Node &node : {doc["empty"], doc["blk"]["inner"]}) {
+        EXPECT_TRUE(node);
+        EXPECT_TRUE(node.is_value());
+        EXPECT_EQ(node.get<std::string>(), "");
+        EXPECT_EQ(node.value_or("dflt"), "");
+        EXPECT_EQ(node.get<std::int64_t>(), std::nullopt);
+    }
+    EXPECT_TRUE(doc.contains("empty"));
+    EXPECT_TRUE(doc["blk"].contains("inner"));
+    EXPECT_FALSE(doc.contains("gone"));
+    EXPECT_EQ(doc["gone"].get<std::string>(), std::nullopt);
+    EXPECT_EQ(doc["gone"].value_or("dflt"), "dflt");
+}
+
 // ---- Edits -------------------------------------------------------------------
 
 TEST(DocumentEdits, RunTheHookThenStoreAndSave) {

@@ -1,5 +1,6 @@
 """The classic class, with out-pointers returned as tuples."""
 
+import pytest
 import teskpf
 
 PORT = '["telemetry"]["port"]'
@@ -27,3 +28,10 @@ def test_set_value_and_write(station, tmp_path):
 def test_key_helpers():
     assert teskpf.TeskPf.key2Perl('["a"]["b"][0]') == "{a}{b}[0]"
     assert teskpf.TeskPf.key2Table('["a"][0]') == ['"a"', "0"]
+
+
+def test_classic_errors_are_teskpf_errors(station, tmp_path):
+    with pytest.raises(teskpf.Error, match="Unknown type"):
+        teskpf.TeskPf("station", 1)
+    with pytest.raises(teskpf.Error, match="cannot write"):
+        teskpf.TeskPf("station").write(str(tmp_path / "missing-dir" / "out"))

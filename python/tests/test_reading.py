@@ -37,6 +37,13 @@ def test_a_repeated_key_is_one_mapping_key_with_its_last_value(write):
     assert cfg.to_dict() == {"a": "3", "b": {"x": "2"}}
 
 
+def test_an_empty_value_is_there_and_a_missing_key_is_not(write):
+    cfg = teskpf.load(write("empty.pf", "empty\nblk &Arr{\n\tinner\n}\n"))
+    assert cfg["empty"] == "" and "empty" in cfg
+    assert cfg["blk"]["inner"] == "" and cfg.entry(("blk", "inner")).value == ""
+    assert "gone" not in cfg and cfg.get("gone") is None
+
+
 def test_missing_members_raise_key_and_index_errors(station):
     cfg = teskpf.load(station / "station.pf")
     with pytest.raises(KeyError):
