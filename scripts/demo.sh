@@ -16,11 +16,21 @@ cp -r examples "$work/examples"
 cd "$work/examples"
 export PFPATH=.:site-override
 
+# A word as it would be typed: in single quotes when the shell would read it
+# otherwise.
+quoted() {
+    if [[ $1 =~ ^[A-Za-z0-9_./:=@%+-]+$ ]]; then
+        printf '%s' "$1"
+    else
+        printf "'%s'" "${1//\'/\'\\\'\'}"
+    fi
+}
+
 # Prints a command as it would be typed, then runs it; a failing command
 # shows its exit status and the demo goes on.
 run() {
     printf '\n$'
-    printf ' %q' "$@"
+    for word in "$@"; do printf ' %s' "$(quoted "$word")"; done
     printf '\n'
     "$@" || printf '(exit status %d)\n' "$?"
 }
@@ -31,10 +41,11 @@ run teskpf check broken.pf
 run teskpf get station '["telemetry"]["port"]' --check
 run teskpf get broken.pf network --check
 run teskpf explain station status
-cp station.pf station.before
-run teskpf set station '["digitizer"]["sample_rate"]' 200
-printf '\n$ diff station.before station.pf\n'
-diff station.before station.pf || true   # diff exits 1 when the files differ
+# The port in effect comes from the site layer, so that is the file edited.
+cp site-override/station.pf station.before
+run teskpf set station '["telemetry"]["port"]' 18002
+printf '\n$ diff station.before site-override/station.pf\n'
+diff station.before site-override/station.pf || true   # diff exits 1 when the files differ
 
 echo
 echo "# The same through Python"
