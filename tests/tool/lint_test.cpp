@@ -5,6 +5,7 @@
 // output of --format github. Every case is also checked as JSON, which must
 // parse and say what the text says.
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,12 +15,23 @@
 #include <map>
 #include <sstream>
 
+#include <teskpf/diagnostics.h>
+
 #include "run_tool.h"
 #include "test_support.h"
 
 using namespace test_support;
 using tool_run::runTool;
 using tool_run::ToolRun;
+
+// AddressSanitizer reserves terabytes of address space: a limit on it cannot apply.
+#if defined(__SANITIZE_ADDRESS__)
+#define LINT_TEST_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define LINT_TEST_ASAN 1
+#endif
+#endif
 
 namespace {
 
@@ -217,4 +229,100 @@ TEST(Lint, ExplainShowsLayersAndInheritedAnnotation) {
     ToolRun replaced = runTool({"explain", "override", "[\"telemetry\"][\"host\"]"}, dir, "base:site");
     EXPECT_NE(replaced.out.find("a later file on the path supplies [\"telemetry\"] as a whole"), std::string::npos);
     EXPECT_EQ(runTool({"explain", "override", "nokey"}, dir, "base:site").status, 1);
+}
+
+namespace {
+
+std::string repeat(const std::string &piece, size_t times) {
+    std::string out;
+    out.reserve(piece.size() * times);
+    for (size_t i = 0; i < times; ++i) out += piece;
+    return out;
+}
+
+// The 1-based line of `text` where the key paths of `count` nested one-letter
+// openings ("a &Arr{", 5 bytes of path each level) cross `budget` bytes in
+// all, `before` bytes counted already.
+size_t lineCrossing(size_t budget, size_t before, size_t count) {
+    size_t total = before;
+    for (size_t line = 1; line <= count; ++line)
+        if ((total += 5 * line) > budget) return line;
+    return 0;
+}
+
+const char kTooDeep[] = " bytes; blocks are nested too deeply: ";
+
+}  // namespace
+
+// 200,000 nested openings, none closed: their key paths would take 100 GB as
+// text. The library's check, in a child limited to 1 GiB of address space,
+// reports the outermost open block and the line where the key paths exceed
+// what reading the file allows, and nothing that quotes a deep key path.
+TEST(Lint, DeepNestingIsCheckedInBoundedMemory) {
+    const size_t levels = 200000;
+    TempDir dir;
+    const std::string text = repeat("a &Arr{\n", levels);
+    const std::string path = dir.write("deep.pf", text);
+    const std::string report = dir.path() + "/report";
+    const pid_t pid = fork();
+    if (pid == 0) {
+#ifndef LINT_TEST_ASAN
+        const rlimit limit{rlim_t{1} << 30, rlim_t{1} << 30};
+        if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(3);
+#endif
+        try {
+            std::ofstream out(report);
+            for (const teskpf::Diagnostic &d : teskpf::checkFile(path))
+                out << d.line << ":" << d.column << ": " << d.rule << ": " << d.message << " | " << d.key << "\n";
+            out.close();  // _exit runs no destructor
+            _exit(out ? 0 : 4);
+        } catch (...) {
+            _exit(5);
+        }
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    ASSERT_TRUE(WIFEXITED(status)) << "signal " << (WIFSIGNALED(status) ? WTERMSIG(status) : 0);
+    ASSERT_EQ(WEXITSTATUS(status), 0);
+    const size_t budget = (size_t{256} << 20) + 16 * text.size();
+    EXPECT_EQ(lines(readText(report)),
+              (std::vector<std::string>{
+                  "1:3: unclosed-block: block [\"a\"] is still open at the end of the file, and so are 199999 blocks "
+                  "inside it; close each with a line '}' | [\"a\"]",
+                  std::to_string(lineCrossing(budget, 0, levels)) + ":1: unreadable: key paths exceed " +
+                      std::to_string(budget) + kTooDeep +
+                      "reading the file fails here, and its keys and annotations are not checked; nest fewer blocks | ",
+              }));
+}
+
+// Two files nested 10,000 deep that each read alone but not together (the
+// budget of reading grows with the bytes read, the last file first): the
+// first file on the path gets one error where the paths cross it; each file's
+// own rules still run, and find the duplicate at the bottom of one.
+TEST(Lint, DeepNestingAcrossLayers) {
+    const size_t levels = 10000;
+    TempDir dir;
+    const std::string nested = repeat("a &Arr{\n", levels);
+    const std::string closing = repeat("}\n", levels);
+    const std::string base = nested + closing;
+    const std::string site = nested + "x 1\nx 2\n" + closing;
+    dir.write("base/deep.pf", base);
+    dir.write("site/deep.pf", site);
+    const size_t site_paths = 5 * levels * (levels + 1) / 2 + 2 * (5 * levels + 5);
+    const size_t budget = (size_t{256} << 20) + 16 * (base.size() + site.size());
+    ASSERT_LE(site_paths, (size_t{256} << 20));
+    const ToolRun run = runTool({"check", "deep"}, dir.path(), "base:site");
+    const std::string deep_x = repeat("[\"a\"]", levels) + "[\"x\"]";
+    const std::string too_deep = "base/deep.pf:" + std::to_string(lineCrossing(budget, site_paths, levels)) +
+                                 ":1: error: with the files after it on the path, key paths exceed " +
+                                 std::to_string(budget) + kTooDeep +
+                                 "reading the files together fails here, and the values are not checked; nest "
+                                 "fewer blocks [unreadable]\n";
+    const std::string duplicate = "site/deep.pf:" + std::to_string(levels + 2) + ":1: error: " + deep_x +
+                                  " is already defined on line " + std::to_string(levels + 1) +
+                                  "; read alone, the last definition (line " + std::to_string(levels + 2) +
+                                  ") is in effect, but layered with other files an earlier one can win; keep one "
+                                  "[duplicate-key]\n";
+    EXPECT_EQ(run.out, too_deep + duplicate);
+    EXPECT_EQ(run.err, "2 errors, 0 warnings in 2 files\n");
 }

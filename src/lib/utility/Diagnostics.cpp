@@ -3,15 +3,42 @@
 #include <algorithm>
 
 #include "detail/DiagnosticRules.h"
+#include "detail/EntryStore.h"
+#include "detail/KeyPath.h"
 #include "teskpf/diagnostics.h"
 
 namespace teskpf {
 
 namespace {
 
+// The key paths of all the files, as reading them together counts them: the
+// last file first, the budget growing with the bytes read. One "unreadable"
+// error where they cross it.
+void checkLayeredKeyPaths(const Layers &layers, std::vector<Diagnostic> &out) {
+    size_t key_bytes = 0;
+    size_t file_bytes = 0;
+    std::vector<uint64_t> hashes;
+    for (size_t i = layers.files.size(); i-- > 0;) {
+        const Layer &layer = layers.files[i];
+        file_bytes += layer.parsed->text().size();
+        const size_t budget = keyPathBudget(file_bytes);
+        const int32_t crossed = detail::keyPathHashes(*layer.parsed, key_bytes, budget, hashes);
+        if (crossed < 0) continue;
+        const FileEntry &entry = layer.parsed->entries()[static_cast<size_t>(crossed)];
+        FileReport(layer.path, out)
+            .add(Severity::Error, "unreadable", entry.line, entry.line_begin, entry.line_begin,
+                 "with the files after it on the path, key paths exceed " + std::to_string(budget) +
+                     " bytes; blocks are nested too deeply: reading the files together fails here, and the values "
+                     "are not checked; nest fewer blocks");
+        return;
+    }
+}
+
 std::vector<Diagnostic> checkLayers(const Layers &layers) {
     std::vector<Diagnostic> out;
     bool all_text = true;
+    bool deep = false;  // a file's key paths exceed the budget of reading it alone
+    std::vector<uint64_t> hashes;
     for (const Layer &layer : layers.files) {
         FileReport report(layer.path, out);
         if (!layer.parsed) {
@@ -23,9 +50,16 @@ std::vector<Diagnostic> checkLayers(const Layers &layers) {
             all_text = false;
             continue;
         }
-        checkLayout(*layer.parsed, report);
+        if (!checkKeyPaths(*layer.parsed, hashes, report)) {
+            checkLayout(*layer.parsed, nullptr, report);
+            deep = true;
+            continue;
+        }
+        checkLayout(*layer.parsed, &hashes, report);
         checkAnnotations(*layer.parsed, report);
     }
+    // Files that each read alone may not read together.
+    if (all_text && !deep && !layers.merged) checkLayeredKeyPaths(layers, out);
     // Values are checked only when every file reads as text.
     if (all_text) checkValues(layers, out);
 

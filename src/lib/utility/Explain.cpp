@@ -1,5 +1,8 @@
 // Explaining a key: every layer's definition, the one in effect and why, and
 // the annotation its value is checked against.
+#include <cstdint>
+
+#include "detail/EntryStore.h"
 #include "detail/KeyPath.h"
 #include "detail/Layers.h"
 #include "teskpf/explain.h"
@@ -15,13 +18,22 @@ std::string topLevelKey(const std::string &key) {
     return top;
 }
 
+// The entries of `key` in every layer: found by the hashes of their paths,
+// confirmed by their components, so that no path is built, however deep.
 void collectDefinitions(const Layers &layers, const std::string &key, KeyExplanation &out) {
+    detail::PathHash key_hash;
+    key_hash.feed(key);
+    const uint64_t wanted = key_hash.value();
+    std::vector<uint64_t> hashes;
     for (const Layer &layer : layers.files) {
         out.files.push_back(layer.path);
         if (!layer.parsed) continue;
+        size_t key_bytes = 0;
+        detail::keyPathHashes(*layer.parsed, key_bytes, SIZE_MAX, hashes);
         const std::vector<FileEntry> &entries = layer.parsed->entries();
         for (size_t i = 0; i < entries.size(); ++i) {
-            if (entries[i].kind == EntryKind::Note || layer.parsed->keyPath(i) != key) continue;
+            if (entries[i].kind == EntryKind::Note || hashes[i] != wanted || !layer.parsed->hasKeyPath(i, key))
+                continue;
             std::string buffer;
             out.definitions.push_back({layer.path, static_cast<long>(entries[i].line) + 1,
                                        std::string(layer.parsed->value(entries[i], buffer)),

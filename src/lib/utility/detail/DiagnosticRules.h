@@ -1,6 +1,7 @@
 // The rules of the diagnostics, by job. Each appends what it finds.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -31,9 +32,17 @@ std::string quoted(std::string_view text, size_t limit = 40);
 // false then. Else reports a byte-order mark and NUL bytes.
 bool checkText(std::string_view text, FileReport &report);
 
-// Stray and missing braces, text after braces, block markers without brace,
-// keys defined twice, key names with key-path characters.
-void checkLayout(const ParsedFile &parsed, FileReport &report);
+// The hash of every member's key path (see keyPathHashes in EntryStore.h).
+// False, with one "unreadable" error at the line where they cross it, when
+// the key paths exceed the budget of reading the file alone, as blocks nested
+// thousands deep make them: the rules that quote key paths are then skipped.
+bool checkKeyPaths(const ParsedFile &parsed, std::vector<uint64_t> &hashes, FileReport &report);
+
+// Stray and missing braces (several blocks open at the end in one error),
+// NUL bytes; with the key path hashes of checkKeyPaths, also text after
+// braces, block markers without brace, keys defined twice and key names with
+// key-path characters. Key paths are built only for what is reported.
+void checkLayout(const ParsedFile &parsed, const std::vector<uint64_t> *hashes, FileReport &report);
 
 // Annotations that do not parse, that are plain text after "# ", or whose
 // later part is ignored.

@@ -44,6 +44,54 @@ size_t feedComponent(PathHash &hash, const ParsedFile &file, const FileEntry &en
 
 }  // namespace
 
+int32_t keyPathHashes(const ParsedFile &file, size_t &key_bytes, size_t budget, std::vector<uint64_t> &hashes) {
+    struct Block {
+        PathHash hash;
+        size_t length;
+    };
+    const std::vector<FileEntry> &file_entries = file.entries();
+    hashes.assign(file_entries.size(), 0);
+    // blocks[l]: the block most recently opened at level l, which encloses
+    // every member at level l + 1 that follows it.
+    std::vector<Block> blocks;
+    for (size_t i = 0; i < file_entries.size(); ++i) {
+        const FileEntry &entry = file_entries[i];
+        if (entry.kind == EntryKind::Note) continue;
+        const size_t level = static_cast<size_t>(entry.level);
+        Block block = level == 0 ? Block{PathHash(), 0} : blocks[level - 1];
+        block.length += feedComponent(block.hash, file, entry);
+        key_bytes += block.length;
+        if (key_bytes > budget) return static_cast<int32_t>(i);
+        hashes[i] = block.hash.value();
+        if (!entry.opensBlock()) continue;
+        if (level < blocks.size())
+            blocks[level] = block;
+        else
+            blocks.push_back(block);
+    }
+    return -1;
+}
+
+bool sameKeyPath(const ParsedFile &file_a, size_t a, const ParsedFile &file_b, size_t b) {
+    int32_t x = static_cast<int32_t>(a);
+    int32_t y = static_cast<int32_t>(b);
+    // From the last component on, plain components compare by structure; a
+    // name that may alias sends the comparison to the texts.
+    while (x >= 0 && y >= 0) {
+        const FileEntry &ea = file_a.entries()[static_cast<size_t>(x)];
+        const FileEntry &eb = file_b.entries()[static_cast<size_t>(y)];
+        const bool named_a = ea.position < 0;
+        const bool named_b = eb.position < 0;
+        if ((named_a && !plainName(file_a.key(ea))) || (named_b && !plainName(file_b.key(eb))))
+            return file_b.hasKeyPath(b, file_a.keyPath(a));
+        if (named_a != named_b) return false;
+        if (named_a ? file_a.key(ea) != file_b.key(eb) : ea.position != eb.position) return false;
+        x = ea.parent;
+        y = eb.parent;
+    }
+    return x < 0 && y < 0;
+}
+
 // ---- Loading ------------------------------------------------------------------
 
 Store::Store(const std::vector<std::string> &search_list) {
@@ -98,35 +146,12 @@ void Store::addFile(ParsedFile file, bool keep_notes, size_t &key_bytes, size_t 
     }
 }
 
-// The hash of every member's key path (0 for notes), each from its block's,
-// while counting the bytes the paths would take as text.
 std::vector<uint64_t> Store::pathHashes(const ParsedFile &file, size_t &key_bytes, size_t budget) const {
-    struct Block {
-        PathHash hash;
-        size_t length;
-    };
-    const std::vector<FileEntry> &file_entries = file.entries();
-    std::vector<uint64_t> hashes(file_entries.size());
-    // blocks[l]: the block most recently opened at level l, which encloses
-    // every member at level l + 1 that follows it.
-    std::vector<Block> blocks;
-    for (size_t i = 0; i < file_entries.size(); ++i) {
-        const FileEntry &entry = file_entries[i];
-        if (entry.kind == EntryKind::Note) continue;
-        const size_t level = static_cast<size_t>(entry.level);
-        Block block = level == 0 ? Block{PathHash(), 0} : blocks[level - 1];
-        block.length += feedComponent(block.hash, file, entry);
-        key_bytes += block.length;
-        if (key_bytes > budget)
-            throw file.name() + ":" + std::to_string(entry.line) + ": key paths exceed " + std::to_string(budget) +
-                " bytes; blocks are nested too deeply";
-        hashes[i] = block.hash.value();
-        if (!entry.opensBlock()) continue;
-        if (level < blocks.size())
-            blocks[level] = block;
-        else
-            blocks.push_back(block);
-    }
+    std::vector<uint64_t> hashes;
+    const int32_t crossed = keyPathHashes(file, key_bytes, budget, hashes);
+    if (crossed >= 0)
+        throw file.name() + ":" + std::to_string(file.entries()[static_cast<size_t>(crossed)].line) +
+            ": key paths exceed " + std::to_string(budget) + " bytes; blocks are nested too deeply";
     return hashes;
 }
 
@@ -266,28 +291,7 @@ uint64_t Store::hashOf(StoredEntry at) const {
 bool Store::pathEquals(StoredEntry at, std::string_view key) const { return files[at.file].hasKeyPath(at.entry, key); }
 
 bool Store::samePath(StoredEntry a, StoredEntry b) const {
-    const ParsedFile &file_a = files[a.file];
-    const ParsedFile &file_b = files[b.file];
-    int32_t x = static_cast<int32_t>(a.entry);
-    int32_t y = static_cast<int32_t>(b.entry);
-    // From the last component on, plain components compare by structure; a
-    // name that may alias sends the comparison to the texts.
-    while (x >= 0 && y >= 0) {
-        const FileEntry &ea = file_a.entries()[static_cast<size_t>(x)];
-        const FileEntry &eb = file_b.entries()[static_cast<size_t>(y)];
-        const bool named_a = ea.position < 0;
-        const bool named_b = eb.position < 0;
-        if ((named_a && !plainName(file_a.key(ea))) || (named_b && !plainName(file_b.key(eb)))) {
-            std::string text;
-            appendPath(text, a);
-            return pathEquals(b, text);
-        }
-        if (named_a != named_b) return false;
-        if (named_a ? file_a.key(ea) != file_b.key(eb) : ea.position != eb.position) return false;
-        x = ea.parent;
-        y = eb.parent;
-    }
-    return x < 0 && y < 0;
+    return sameKeyPath(files[a.file], a.entry, files[b.file], b.entry);
 }
 
 void Store::appendPath(std::string &out, StoredEntry at) const { out += files[at.file].keyPath(at.entry); }

@@ -24,6 +24,18 @@ struct StoredEntry {
     uint32_t entry;
 };
 
+// The hash of every member's key path text (0 for a note), each made from
+// its block's hash and its own component, in `hashes`: linear in the file
+// however deep its blocks. Adds the bytes the paths take as text to
+// `key_bytes` and stops at the first member that takes them beyond `budget`:
+// returns that member's index, or -1 when none does.
+int32_t keyPathHashes(const ParsedFile &file, size_t &key_bytes, size_t budget, std::vector<uint64_t> &hashes);
+
+// Whether entry `a` of `file_a` and entry `b` of `file_b` have the same key
+// path text: compared by structure from the last component back, by the texts
+// when a name holds "[", "]" or '"' and may alias another path.
+bool sameKeyPath(const ParsedFile &file_a, size_t a, const ParsedFile &file_b, size_t b);
+
 class Store {
 public:
     // Reads the files of a search list, the last winning each top-level key
