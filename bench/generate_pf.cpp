@@ -193,25 +193,22 @@ void appendComment(const Node &node, std::string &out) {
 void appendPf(const Node &node, int depth, std::string &out) {
     out.append(static_cast<size_t>(depth), '\t');
     switch (node.kind) {
-        case Node::Blank:
-            break;
-        case Node::Comment:
-            out += "# " + node.note;
-            break;
-        case Node::Scalar:
-            out += node.key.empty() ? node.value : node.key + " " + node.value;
-            appendComment(node, out);
-            break;
-        case Node::Arr:
-        case Node::Tbl:
-            if (!node.key.empty()) out += node.key + " ";
-            out += node.kind == Node::Arr ? "&Arr{" : "&Tbl{";
-            appendComment(node, out);
-            out += '\n';
-            for (const Node &member : node.members) appendPf(member, depth + 1, out);
-            out.append(static_cast<size_t>(depth), '\t');
-            out += '}';
-            break;
+    case Node::Blank: break;
+    case Node::Comment: out += "# " + node.note; break;
+    case Node::Scalar:
+        out += node.key.empty() ? node.value : node.key + " " + node.value;
+        appendComment(node, out);
+        break;
+    case Node::Arr:
+    case Node::Tbl:
+        if (!node.key.empty()) out += node.key + " ";
+        out += node.kind == Node::Arr ? "&Arr{" : "&Tbl{";
+        appendComment(node, out);
+        out += '\n';
+        for (const Node &member : node.members) appendPf(member, depth + 1, out);
+        out.append(static_cast<size_t>(depth), '\t');
+        out += '}';
+        break;
     }
     out += '\n';
 }

@@ -36,8 +36,8 @@ int main() {
 
         std::int64_t port = doc["telemetry"]["port"].value_or(std::int64_t{0});
         double rate = doc["digitizer"]["sample_rate"].get<double>().value_or(0.0);
-        std::printf("status %s, port %lld, sample rate %g Hz, serial %lld\n",
-                    doc["status"].value_or("unknown").c_str(), static_cast<long long>(port), rate,
+        std::printf("status %s, port %lld, sample rate %g Hz, serial %lld\n", doc["status"].value_or("unknown").c_str(),
+                    static_cast<long long>(port), rate,
                     static_cast<long long>(doc.at("sensor").at("serial").value_or(std::int64_t{-1})));
 
         for (auto [name, node] : doc["telemetry"]) {

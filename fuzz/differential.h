@@ -17,11 +17,11 @@
 #include <teskpf/document.h>
 #include <teskpf/error.h>
 
+#include "TeskPf.h"
 #include "detail/FileSearch.h"
 #include "detail/KeyPath.h"
-#include "TeskPf.h"
-#include "detail/ValueCheck.h"
 #include "detail/ParsedFile.h"
+#include "detail/ValueCheck.h"
 #include "support/EntryRecords.h"
 #include "support/KeyIndex.h"
 #include "support/Merge.h"
@@ -204,7 +204,8 @@ inline std::string compare(const std::string &name) {
     } catch (const std::string &message) {
         reference_error = message;
     }
-    if (handle_error != reference_error) return "load errors differ: '" + handle_error + "' vs '" + reference_error + "'";
+    if (handle_error != reference_error)
+        return "load errors differ: '" + handle_error + "' vs '" + reference_error + "'";
     if (!handle) return "";
 
     const EntryList &list = reference->list;
@@ -243,7 +244,8 @@ inline std::string compare(const std::string &name) {
         copy.setComment(0, "# edited");
         if (handle->getEntry(last) != list[static_cast<size_t>(last)]) return "editing a copy changed the original";
         EntryList edited = list;
-        if (edited[static_cast<size_t>(last)][FIELD_VALUE] != "v#1\tx") edited[static_cast<size_t>(last)][FIELD_VALUE] = "v#1\tx";
+        if (edited[static_cast<size_t>(last)][FIELD_VALUE] != "v#1\tx")
+            edited[static_cast<size_t>(last)][FIELD_VALUE] = "v#1\tx";
         edited[0][FIELD_COMMENT] = "# edited";
         if (copy.getList() != edited) return "edited entries differ";
         if (withoutRevisionTime(copy.getPfString()) != withoutRevisionTime(teskpf::generateText(edited)))

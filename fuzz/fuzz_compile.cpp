@@ -39,8 +39,7 @@ void checkTree(Pf *root) {
             std::string child_path = path + step;
             check(pfget(root, child_path.c_str()) == child, "pfget misses a member", child_path);
             const char *value = pfvalue(root, child_path.c_str());
-            check((value != nullptr) == (child->type == PF_STRING), "pfvalue and the node type disagree",
-                  child_path);
+            check((value != nullptr) == (child->type == PF_STRING), "pfvalue and the node type disagree", child_path);
             if (child->type != PF_STRING) pending.emplace_back(child, child_path);
         }
     }

@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "detail/ParsedFile.h"
+#include "edit_invariant.h"
 #include "teskpf/editor.h"
 #include "teskpf/error.h"
-#include "edit_invariant.h"
 
 using edit_invariant::entriesOf;
 using edit_invariant::linesOf;
@@ -29,8 +29,8 @@ namespace {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static const char *const texts[] = {"v", "a#b", "", "}x", "&Tbl{", "two words", " pad", "t\tab", "\\",
-                                        "<int> c", "#<int>", "x\ny", "\\#", "&Arrx"};
+    static const char *const texts[] = {"v",     "a#b", "",        "}x",     "&Tbl{", "two words", " pad",
+                                        "t\tab", "\\",  "<int> c", "#<int>", "x\ny",  "\\#",       "&Arrx"};
     if (size < 3) return 0;
     const unsigned op = data[0] % 4;
     const long line = data[1];
@@ -56,7 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (op == 0 || op == 1) {
         if (new_lines.size() != old_lines.size()) fail("the line count changed", before, after);
         for (size_t i = 0; i < old_lines.size(); ++i)
-            if (static_cast<long>(i) != line && new_lines[i] != old_lines[i]) fail("another line changed", before, after);
+            if (static_cast<long>(i) != line && new_lines[i] != old_lines[i])
+                fail("another line changed", before, after);
         const std::vector<std::string> old_entries = entriesOf(before), new_entries = entriesOf(after);
         if (new_entries.size() != old_entries.size()) fail("the entry count changed", before, after);
         size_t differing = 0;

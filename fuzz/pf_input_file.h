@@ -43,8 +43,8 @@ private:
 inline std::string writePfFile(const char *name, const uint8_t *data, size_t size) {
     static const ScratchDir scratch;
     std::string path = (scratch.path() / (std::string(name) + ".pf")).string();
-    std::ofstream(path, std::ios::binary | std::ios::trunc).write(reinterpret_cast<const char *>(data),
-                                                                   static_cast<std::streamsize>(size));
+    std::ofstream(path, std::ios::binary | std::ios::trunc)
+        .write(reinterpret_cast<const char *>(data), static_cast<std::streamsize>(size));
     return path;
 }
 

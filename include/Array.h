@@ -25,9 +25,7 @@ public:
     Array(ReleaseHook release_value, ReleaseHook release_key)
         : freeElementV(std::move(release_value)), freeElementK(std::move(release_key)) {}
     Array(V null_value, ReleaseHook release_value, ReleaseHook release_key)
-        : freeElementV(std::move(release_value)),
-          freeElementK(std::move(release_key)),
-          null(std::move(null_value)) {}
+        : freeElementV(std::move(release_value)), freeElementK(std::move(release_key)), null(std::move(null_value)) {}
 
     Array(const Array &) = default;
     Array(Array &&) = default;

@@ -20,8 +20,7 @@ public:
     Table() = default;
     explicit Table(T null_element) : null(std::move(null_element)) {}
     explicit Table(ReleaseHook release) : freeElement(std::move(release)) {}
-    Table(T null_element, ReleaseHook release)
-        : freeElement(std::move(release)), null(std::move(null_element)) {}
+    Table(T null_element, ReleaseHook release) : freeElement(std::move(release)), null(std::move(null_element)) {}
 
     // Copies elements, release hook and `null`.
     Table(const Table &) = default;
@@ -111,14 +110,12 @@ public:
 
     // Stable sort; `compare` answers below 0 when its first argument goes first.
     void sort(std::function<int(const T &, const T &, void *)> compare, void *context) {
-        std::stable_sort(this->begin(), this->end(), [&](const T &a, const T &b) {
-            return compare(a, b, context) < 0;
-        });
+        std::stable_sort(this->begin(), this->end(),
+                         [&](const T &a, const T &b) { return compare(a, b, context) < 0; });
     }
     // Stable sort by a "goes before" predicate.
     void sortb(std::function<bool(const T &, const T &, void *)> before, void *context) {
-        std::stable_sort(this->begin(), this->end(),
-                         [&](const T &a, const T &b) { return before(a, b, context); });
+        std::stable_sort(this->begin(), this->end(), [&](const T &a, const T &b) { return before(a, b, context); });
     }
     void sortb(std::function<bool(const T &, const T &)> before) {
         std::stable_sort(this->begin(), this->end(), before);
@@ -142,8 +139,7 @@ public:
         return found;
     }
     // Indices of the elements for which `compare(element, value, context)` is 0.
-    Table<long> search(const T &value, std::function<int(const T &, const T &, void *)> compare,
-                       void *context) const {
+    Table<long> search(const T &value, std::function<int(const T &, const T &, void *)> compare, void *context) const {
         Table<long> found;
         for (long i = 0; i < count(); ++i) {
             if (compare((*this)[static_cast<size_t>(i)], value, context) == 0) found.push_back(i);

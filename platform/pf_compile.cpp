@@ -2,8 +2,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "pf_strtrim.h"
 #include "internal/pf_tree.h"
+#include "pf_strtrim.h"
 
 namespace {
 

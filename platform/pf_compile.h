@@ -21,9 +21,9 @@ typedef struct PfArr PfArr; /* members of an associative block; use pfcount/pfke
 typedef struct Pf {
     int type; /* enum PfType */
     union {
-        char *s;     /* PF_STRING: the value, escapes removed */
-        PfArr *arr;  /* PF_ARR */
-        Tbl *tbl;    /* PF_TBL: the members, Pf * each */
+        char *s;    /* PF_STRING: the value, escapes removed */
+        PfArr *arr; /* PF_ARR */
+        Tbl *tbl;   /* PF_TBL: the members, Pf * each */
     } value;
     struct Pf *parent; /* enclosing block; NULL for the root */
     char *filename;    /* where the text came from; NULL for text compiled by pfcompile;
@@ -33,11 +33,11 @@ typedef struct Pf {
 
 /* Error codes of pfcompile (all negative). */
 enum {
-    PF_ERR_NOKEY = -1,      /* a line without a key inside an associative block */
+    PF_ERR_NOKEY = -1,       /* a line without a key inside an associative block */
     PF_ERR_STRAY_CLOSE = -2, /* a closing line with no block open */
-    PF_ERR_UNCLOSED = -3,   /* a block still open at the end of the text */
-    PF_ERR_MEMORY = -4,     /* out of memory */
-    PF_ERR_ARGUMENT = -5    /* text or pf is NULL */
+    PF_ERR_UNCLOSED = -3,    /* a block still open at the end of the text */
+    PF_ERR_MEMORY = -4,      /* out of memory */
+    PF_ERR_ARGUMENT = -5     /* text or pf is NULL */
 };
 
 /* Compiles `text` (parameter-file syntax) into a tree whose root is an

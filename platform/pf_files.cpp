@@ -74,8 +74,7 @@ extern "C" Tbl *pffiles(const char *name, int flags) {
         if (strchr(name, '/'))
             candidates.push_back(file);
         else
-            for (const std::string &directory : search_directories())
-                candidates.push_back(join(directory, file));
+            for (const std::string &directory : search_directories()) candidates.push_back(join(directory, file));
         std::vector<std::string> found;
         for (std::string &candidate : candidates)
             if (is_readable_file(candidate)) found.push_back(std::move(candidate));

@@ -10,22 +10,28 @@ using namespace test_support;
 class ValueCheck : public ::testing::Test {
 protected:
     TempDir dir;
-    TeskPf pf{dir.write("v.pf", "n 5 #<int> count\nf 1.5 #<float>\npair 3 2.5 #<int> <float> two fields\n"
-                                "colour red #<str>(red green)\nword anything #<str>\nc \\#zz! #<color>\n"
-                                "re ^[a-z]+$ #<regex>\nbogus 5 #<bogus>\nplain some text\nempty #<int>\n"
-                                "#<float>(0 1) a comment\n#<int> the text of a parameter line\ntop hello\n"
-                                "lst &Tbl{ #<int>\n  5\n  x\n  y #<str>(y)\n  &Arr{\n    k not-a-number\n  }\n"
-                                "  abc #<bogus>\n}\npars &Arr{ #<float>\n  gain abc\n}\n"),
+    TeskPf pf{dir.write("v.pf",
+                        "n 5 #<int> count\nf 1.5 #<float>\npair 3 2.5 #<int> <float> two fields\n"
+                        "colour red #<str>(red green)\nword anything #<str>\nc \\#zz! #<color>\n"
+                        "re ^[a-z]+$ #<regex>\nbogus 5 #<bogus>\nplain some text\nempty #<int>\n"
+                        "#<float>(0 1) a comment\n#<int> the text of a parameter line\ntop hello\n"
+                        "lst &Tbl{ #<int>\n  5\n  x\n  y #<str>(y)\n  &Arr{\n    k not-a-number\n  }\n"
+                        "  abc #<bogus>\n}\npars &Arr{ #<float>\n  gain abc\n}\n"),
               0};
 
     bool check(const std::string &key, std::string value) { return pf.checkValue(key, &value, nullptr); }
 };
 
 TEST_F(ValueCheck, ProposedValuesAgainstEachType) {
-    const std::tuple<const char *, bool, std::vector<const char *>> cases[] = {  // key, verdict, values
+    const std::tuple<const char *, bool, std::vector<const char *>> cases[] = {
+        // key, verdict, values
         // Integers: the longest convertible beginning, base 0, 64 bits.
-        {"[\"n\"]", true, {"12abc", "0x1F", "0X1f", "017", "08", "-42", "+7", "-9223372036854775808", "9223372036854775807"}},
-        {"[\"n\"]", false, {"abc", "-", "x12", "9223372036854775808", "-9223372036854775809", "0x8000000000000000", "5 7", ""}},
+        {"[\"n\"]",
+         true,
+         {"12abc", "0x1F", "0X1f", "017", "08", "-42", "+7", "-9223372036854775808", "9223372036854775807"}},
+        {"[\"n\"]",
+         false,
+         {"abc", "-", "x12", "9223372036854775808", "-9223372036854775809", "0x8000000000000000", "5 7", ""}},
         // Floats: decimal, hexadecimal, infinity and nan words, no range error.
         {"[\"f\"]", true, {"1.5kg", ".5", "1e3", "nan", "INF", "0x1p3", "-7"}},
         {"[\"f\"]", false, {"abc", "e5", ".", "1e999", "-1e999", "1e-400"}},
@@ -54,17 +60,24 @@ TEST_F(ValueCheck, TypeCodesVerdictsAndConstraintTexts) {
     const int comment = at("[\"empty\"]") + 1;
     // Own annotations. A comment line's text is never parsed, but the same
     // text may be parsed from a parameter line, and then it applies.
-    const std::pair<int, const char *> cases[] = {
-        {at("[\"pair\"]"), "12 ok ok <int> <float> parsed"},  {at("[\"re\"]"), "5 ok ok <regex> parsed"},
-        {at("[\"empty\"]"), "1 bad bad <int> parsed"},        {at("[\"plain\"]"), " ok ok  parsed"},
-        {at("[\"bogus\"]"), " ok ok <bogus> unparsed"},       {at("[\"top\"]"), " ok ok  parsed"},
-        {comment, " ok ok <float>(0 1) unparsed"},            {comment + 1, "1 bad bad <int> parsed"},
-        // Block members fall back to their block's annotation, one level only,
-        // unless they have their own, even one that does not parse.
-        {at("[\"lst\"][0]"), "1 ok ok  parsed"},              {at("[\"lst\"][1]"), "1 bad bad  parsed"},
-        {at("[\"lst\"][2]"), "0 ok ok <str>(y) parsed"},      {at("[\"lst\"][4]"), " ok ok <bogus> unparsed"},
-        {at("[\"lst\"][3][\"k\"]"), " ok ok  parsed"},        {at("[\"pars\"][\"gain\"]"), "2 bad bad  parsed"},
-        {at("[\"N\"]"), "99 bad ok  parsed"},                 {pf.size(), "99 bad ok  parsed"}};
+    const std::pair<int, const char *> cases[] = {{at("[\"pair\"]"), "12 ok ok <int> <float> parsed"},
+                                                  {at("[\"re\"]"), "5 ok ok <regex> parsed"},
+                                                  {at("[\"empty\"]"), "1 bad bad <int> parsed"},
+                                                  {at("[\"plain\"]"), " ok ok  parsed"},
+                                                  {at("[\"bogus\"]"), " ok ok <bogus> unparsed"},
+                                                  {at("[\"top\"]"), " ok ok  parsed"},
+                                                  {comment, " ok ok <float>(0 1) unparsed"},
+                                                  {comment + 1, "1 bad bad <int> parsed"},
+                                                  // Block members fall back to their block's annotation, one level
+                                                  // only, unless they have their own, even one that does not parse.
+                                                  {at("[\"lst\"][0]"), "1 ok ok  parsed"},
+                                                  {at("[\"lst\"][1]"), "1 bad bad  parsed"},
+                                                  {at("[\"lst\"][2]"), "0 ok ok <str>(y) parsed"},
+                                                  {at("[\"lst\"][4]"), " ok ok <bogus> unparsed"},
+                                                  {at("[\"lst\"][3][\"k\"]"), " ok ok  parsed"},
+                                                  {at("[\"pars\"][\"gain\"]"), "2 bad bad  parsed"},
+                                                  {at("[\"N\"]"), "99 bad ok  parsed"},
+                                                  {pf.size(), "99 bad ok  parsed"}};
     for (const auto &[index, expected] : cases) {
         Table<int> types;
         types.set(-1, 99);  // replaced, not appended to
@@ -124,7 +137,11 @@ TEST(Editing, OneFieldOfTheLastEqualKeyChangesAndTheCallbackDecidesTheValue) {
         {[](const std::string &, std::string &to) { to = "third"; }, "caller", "", "third"},
         {[](const std::string &from, std::string &to) { to = from; }, "other", "", "third"},  // cancels
         {[](const std::string &, std::string &to) { to += "!"; }, "third", "", "third!"},     // now a change
-        {[](const std::string &, std::string &to) { to = "x"; throw std::string("no"); }, "2", "no", "third!"},
+        {[](const std::string &, std::string &to) {
+             to = "x";
+             throw std::string("no");
+         },
+         "2", "no", "third!"},
     };
     for (const auto &[adjust, value, error, stored] : adjustments) {
         pf.adjust = adjust;

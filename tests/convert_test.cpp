@@ -27,14 +27,14 @@ TEST_P(IntegerConversion, MatchesTheCheck) {
     EXPECT_EQ(doc["v"].get<std::int64_t>(), row.expected) << row.text;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, IntegerConversion,
-    testing::Values(IntegerRow{"42", 42}, IntegerRow{"-17", -17}, IntegerRow{"+5", 5}, IntegerRow{"0x1F", 31},
-                    IntegerRow{"0X1f", 31}, IntegerRow{"017", 15}, IntegerRow{"08", 0}, IntegerRow{"12abc", 12},
-                    IntegerRow{"0x", 0}, IntegerRow{"-", std::nullopt}, IntegerRow{"abc", std::nullopt},
-                    IntegerRow{"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
-                    IntegerRow{"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
-                    IntegerRow{"9223372036854775808", std::nullopt}, IntegerRow{"1e3", 1}));
+INSTANTIATE_TEST_SUITE_P(Rows, IntegerConversion,
+                         testing::Values(IntegerRow{"42", 42}, IntegerRow{"-17", -17}, IntegerRow{"+5", 5},
+                                         IntegerRow{"0x1F", 31}, IntegerRow{"0X1f", 31}, IntegerRow{"017", 15},
+                                         IntegerRow{"08", 0}, IntegerRow{"12abc", 12}, IntegerRow{"0x", 0},
+                                         IntegerRow{"-", std::nullopt}, IntegerRow{"abc", std::nullopt},
+                                         IntegerRow{"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
+                                         IntegerRow{"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
+                                         IntegerRow{"9223372036854775808", std::nullopt}, IntegerRow{"1e3", 1}));
 
 TEST(IntegerConversion, NeedsExactlyOneField) {
     EXPECT_EQ(teskpf::to_integer(""), std::nullopt);

@@ -40,9 +40,9 @@ TEST(Differential, FuzzRegressionsAgreeWithTheReference) {
         std::ifstream in(file.path(), std::ios::binary);
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         ++replayed;
-        EXPECT_EQ(differenceFor(differential::decodeLayers(reinterpret_cast<const uint8_t *>(bytes.data()),
-                                                           bytes.size())),
-                  "");
+        EXPECT_EQ(
+            differenceFor(differential::decodeLayers(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size())),
+            "");
     }
     EXPECT_GT(replayed, 0);
 }
@@ -94,7 +94,8 @@ TEST(Differential, ManyLayersMergeInOrder) {
     std::string path;
     for (int layer = 0; layer < layers; ++layer) {
         std::string text = "shared " + std::to_string(layer) + "\n";
-        for (int k = 0; k < 3; ++k) text += "k" + std::to_string(layer) + "_" + std::to_string(k) + " &Arr{\n\tv 1\n}\n";
+        for (int k = 0; k < 3; ++k)
+            text += "k" + std::to_string(layer) + "_" + std::to_string(k) + " &Arr{\n\tv 1\n}\n";
         const std::string sub = "l" + std::to_string(layer);
         dir.write(sub + "/m.pf", text);
         path += (layer ? ":" : "") + dir.path() + "/" + sub;

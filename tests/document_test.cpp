@@ -145,7 +145,8 @@ TEST(DocumentLoading, ParsesTextWithoutFiles) {
 // ---- Verdicts ----------------------------------------------------------------
 
 TEST(DocumentVerdicts, SayWhichAnnotationAppliesAndWhy) {
-    Document doc = Document::parse(kNested + std::string("bad\tx\t#<int>\nodd\t1\t#<nope>\nlist &Tbl{\t#<int>\n\t1\n}\n"));
+    Document doc =
+        Document::parse(kNested + std::string("bad\tx\t#<int>\nodd\t1\t#<nope>\nlist &Tbl{\t#<int>\n\t1\n}\n"));
     teskpf::Verdict own = doc["gain"].check();
     EXPECT_TRUE(own.ok);
     EXPECT_EQ(own.origin, teskpf::AnnotationOrigin::Own);
@@ -238,7 +239,8 @@ TEST(DocumentEdits, RunTheHookThenStoreAndSave) {
 // The document and the classic handle make the same edit and write the same
 // text, which reads back with the new value.
 TEST(DocumentEdits, WriteWhatTheClassicHandleWritesAfterTheSameEdit) {
-    const std::tuple<const char *, const char *, const char *> cases[] = {  // text, key path, value
+    const std::tuple<const char *, const char *, const char *> cases[] = {
+        // text, key path, value
         {kNested, R"(["net"]["port"])", "80 81"},
         {kNested, R"(["chans"][0])", "a#b\\#c"},  // escaped when written
         {"a\t1\t#<int> one\nb\tx\\#y\tz\n", R"(["a"])", "2"},

@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include "../fuzz/edit_invariant.h"
 #include "detail/ParsedFile.h"
 #include "teskpf/editor.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"
 #include "test_support.h"
-#include "../fuzz/edit_invariant.h"
 
 using namespace test_support;
 using teskpf::Editor;
@@ -86,7 +86,8 @@ TEST(Editor, AddAndRemoveShapes) {
          "\te &Arr{\n\t  # only a note\n\t\tk\tv\n\t}\n"},
         {"l &Tbl{\n  a\n  &Arr{\n    q 1\n  }\n}\nz 1\n", [](Editor &e) { e.add("[\"l\"][2]", "c"); },
          "l &Tbl{\n  a\n  &Arr{\n    q 1\n  }\n  c\n}\nz 1\n"},
-        {"l &Tbl{\n  a\n}\n", [](Editor &e) { e.add("[\"l\"][1][\"k\"]", "v"); }, "l &Tbl{\n  a\n  &Arr{\n  \tk\tv\n  }\n}\n"},
+        {"l &Tbl{\n  a\n}\n", [](Editor &e) { e.add("[\"l\"][1][\"k\"]", "v"); },
+         "l &Tbl{\n  a\n  &Arr{\n  \tk\tv\n  }\n}\n"},
         {"l &Tbl{\n  a\n  b\n}\n", [](Editor &e) { e.remove("[\"l\"][0]"); }, "l &Tbl{\n  b\n}\n"},
         {"a 1\n}\nlost 2\n", [](Editor &e) { e.add("[\"n\"]", "v"); }, "a 1\nn v\n}\nlost 2\n"},
         {"# only\n}\nlost 2\n", [](Editor &e) { e.add("[\"n\"]", "v"); }, "# only\nn\tv\n}\nlost 2\n"},
@@ -168,7 +169,8 @@ TEST(Editor, ValueBeforeAnAdjacentCommentIsCheckedOnReading) {
 
 TEST(Editor, SaveRefreshesTopLevelRevisionTimeInPlace) {
     TempDir dir;
-    const std::string path = dir.write("r.pf", "a 1\npf_revision_time   12  # kept\nb &Arr{\n  pf_revision_time 5\n}\n");
+    const std::string path =
+        dir.write("r.pf", "a 1\npf_revision_time   12  # kept\nb &Arr{\n  pf_revision_time 5\n}\n");
     PinnedClock clock(1800000000.75);
     Editor editor = Editor::open(path);
     editor.setValue("[\"a\"]", "2");
@@ -222,7 +224,8 @@ std::string randomFile(std::mt19937 &rng) {
             line = indent.substr(1) + "}" + (rng() % 4 ? "" : " tail");
             open.pop_back();
         } else if (kind == 1 && open.size() < 3) {
-            line = indent + (in_list ? "" : pick(keys) + " ") + (rng() % 2 ? "&Arr{" : "&Tbl{") + (rng() % 5 ? "" : " x");
+            line =
+                indent + (in_list ? "" : pick(keys) + " ") + (rng() % 2 ? "&Arr{" : "&Tbl{") + (rng() % 5 ? "" : " x");
             open.push_back(line.back() == '{' ? line[line.size() - 4] == 'T' : line[line.size() - 6] == 'T');
         } else if (kind == 2) {
             line = indent + pick(comments);

@@ -101,8 +101,8 @@ TEST(HostileInput, MillionNestedOpeningsExceedTheKeyPathBudget) {
         size_t line = 0;
         size_t total = c.path_length(0);
         while (total <= budget) total += c.path_length(++line);
-        EXPECT_EQ(loadError(path), path + ":" + std::to_string(line) + ": key paths exceed " +
-                                       std::to_string(budget) + " bytes; blocks are nested too deeply");
+        EXPECT_EQ(loadError(path), path + ":" + std::to_string(line) + ": key paths exceed " + std::to_string(budget) +
+                                       " bytes; blocks are nested too deeply");
     }
 }
 
@@ -135,8 +135,8 @@ TEST(HostileInput, LineIsCutAtItsFirstNulByte) {
 
 TEST(HostileInput, InvalidUtf8BytesAreKeptAsTheyAre) {
     TeskPf pf(hostileFile("invalid_utf8.pf"), 0);
-    EXPECT_EQ(fieldsOf(pf), (std::vector<std::string>{"0|[\"k\"]|\xff\xfe\x80 \xc3\x28||",
-                                                      "0|[\"\xe2\x82\"]|v|# \xf0\x28\x8c|"}));
+    EXPECT_EQ(fieldsOf(pf),
+              (std::vector<std::string>{"0|[\"k\"]|\xff\xfe\x80 \xc3\x28||", "0|[\"\xe2\x82\"]|v|# \xf0\x28\x8c|"}));
     EXPECT_EQ(pf.getPfString(), "k\t\xff\xfe\x80 \xc3\x28\n\xe2\x82\tv\t# \xf0\x28\x8c\n");
 }
 
@@ -160,8 +160,8 @@ TEST(HostileInput, NamesOfNoReadableFileGiveAnEmptyHandle) {
     ScopedEnv pfpath("PFPATH", dir.path());
     std::filesystem::create_directory(dir.path() + "/conf.pf");
     const std::string long_name(10000, 'x');
-    for (const std::string &name : {dir.path(), std::string("conf"), dir.path() + "/conf.pf", long_name,
-                                    dir.path() + "/" + long_name}) {
+    for (const std::string &name :
+         {dir.path(), std::string("conf"), dir.path() + "/conf.pf", long_name, dir.path() + "/" + long_name}) {
         SCOPED_TRACE(name.substr(0, 80));
         EXPECT_EQ(loadError(name), "");
         EXPECT_EQ(TeskPf(name, 0).size(), 0);
@@ -176,7 +176,8 @@ TEST(HostileInput, UnreadableFileGivesAnEmptyHandle) {
     ASSERT_EQ(chmod(dir.path().c_str(), 0755), 0);
     ASSERT_EQ(chmod(path.c_str(), 0), 0);
     ScopedEnv pfpath("PFPATH", dir.path());
-    EXPECT_TRUE(test_support::holdsUnprivileged([&] { return TeskPf("locked", 0).size() == 0 && TeskPf(path, 0).size() == 0; }));
+    EXPECT_TRUE(test_support::holdsUnprivileged(
+        [&] { return TeskPf("locked", 0).size() == 0 && TeskPf(path, 0).size() == 0; }));
 }
 
 // Empty components and directories that do not exist are passed over: the
@@ -212,12 +213,10 @@ TEST(HostileInput, FuzzRegressionsReplayWithoutCrashing) {
                 Pf *compiled = nullptr;
                 try {
                     handle->getPf(&compiled);
-                } catch (const std::string &) {
-                }
+                } catch (const std::string &) {}
                 pffree(compiled);
             }
-        } catch (const std::string &) {
-        }
+        } catch (const std::string &) {}
     }
     EXPECT_GT(replayed, 0);
 }
@@ -238,9 +237,7 @@ TEST(HostileInput, DeepNestingInSeveralFilesSharesOneKeyPathBudget) {
     size_t total = 0;
     for (size_t i = 0; i < levels; ++i) total += 5 * (i + 1);
     size_t line = 0;
-    for (total += 5; total <= budget; total += 5 * (++line + 1)) {
-    }
-    EXPECT_EQ(loadError("deep"), early + ":" + std::to_string(line) +
-                                     ": key paths exceed " + std::to_string(budget) +
+    for (total += 5; total <= budget; total += 5 * (++line + 1)) {}
+    EXPECT_EQ(loadError("deep"), early + ":" + std::to_string(line) + ": key paths exceed " + std::to_string(budget) +
                                      " bytes; blocks are nested too deeply");
 }

@@ -28,11 +28,15 @@ static EntryList listOf(const Rows &texts) {
 TEST(Generator, WholeNestedFileWithRevisionEntry) {
     PinnedClock clock(1700000000.75);
     TempDir dir;
-    TeskPf pf(dir.write("w.pf", "a 1\npars &Arr{ # settings\n\tcount 5 #<int> number of items\n\tlist &Tbl{\n"
-                                "\t\tx\\#1\n\t\t&Arr{\n\t\t\tk v\n\t\t}\n\t}\n# note\n}\n"
-                                "pf_revision_time 1234 # old\nb\n"), 0);
-    EXPECT_EQ(pf.getPfString(), "a\t1\npars &Arr{\t# settings\n\tcount\t5\t#<int> number of items\n\tlist &Tbl{\n"
-                                "\t\tx\\#1\n\t\t&Arr{\n\t\t\tk\tv\n\t\t}\n\t}\n# note\n}\nb\t\n" + kRevisionLine);
+    TeskPf pf(dir.write("w.pf",
+                        "a 1\npars &Arr{ # settings\n\tcount 5 #<int> number of items\n\tlist &Tbl{\n"
+                        "\t\tx\\#1\n\t\t&Arr{\n\t\t\tk v\n\t\t}\n\t}\n# note\n}\n"
+                        "pf_revision_time 1234 # old\nb\n"),
+              0);
+    EXPECT_EQ(pf.getPfString(),
+              "a\t1\npars &Arr{\t# settings\n\tcount\t5\t#<int> number of items\n\tlist &Tbl{\n"
+              "\t\tx\\#1\n\t\t&Arr{\n\t\t\tk\tv\n\t\t}\n\t}\n# note\n}\nb\t\n" +
+                  kRevisionLine);
 }
 
 TEST(Generator, LineShapesAndDerivedClosingLines) {
@@ -51,13 +55,14 @@ TEST(Generator, LineShapesAndDerivedClosingLines) {
         // Empty blocks (also what a marker read without its brace gives).
         {{"0|[\"e\"]|&Arr", "0|[\"f\"]|&Tbl|# c", "0|[\"g\"]|1"}, "e &Arr{\n}\nf &Tbl{\t# c\n}\ng\t1\n"},
         // List members with empty values become blank or comment lines.
-        {{"0|[\"l\"]|&Tbl", "1|[\"l\"][0]|", "1|[\"l\"][1]||# c", "1|[\"l\"][2]|v|# d"}, "l &Tbl{\n\n# c\n\tv\t# d\n}\n"},
+        {{"0|[\"l\"]|&Tbl", "1|[\"l\"][0]|", "1|[\"l\"][1]||# c", "1|[\"l\"][2]|v|# d"},
+         "l &Tbl{\n\n# c\n\tv\t# d\n}\n"},
         {{"0|[\"b\"]|", "0|[\"c\"]||# c"}, "b\t\nc\t\t# c\n"},
         // The annotation is put back in front of the comment words.
         {{"0|[\"a\"]|1|#  words|<int>", "0|[\"b\"]|r|#|<str>(r)", "0|[\"c\"]|r||<str>", "0|[\"d\"]|1|xwords|<int>"},
          "a\t1\t#<int> words\nb\tr\t#<str>(r) \nc\tr\t#<str> \nd\t1\t#<int> words\n"},
         {{"0|[\"a\"]|1|note"}, "a\t1\tnote\n"},  // a comment without "#" is written as it is
-        {{"0|[\"a[1\"]|5"}, "5\n"},               // a last name holding "[" is written without key
+        {{"0|[\"a[1\"]|5"}, "5\n"},              // a last name holding "[" is written without key
         // pf_revision_time inside a block is a plain member.
         {{"0|[\"s\"]|&Arr", "1|[\"s\"][\"pf_revision_time\"]|5"}, "s &Arr{\n\tpf_revision_time\t5\n}\n"},
         // A level that is not a number is level 0.
@@ -81,9 +86,9 @@ TEST(KeyConversion, KeyAsWrittenBraceNotationAndComponents) {
         {"[\"\"]", "", "{}", "\"\";"},
         {"[\"a[1\"]", "", "{a[1}", "\"a[1\";"},  // the last "[" lies inside the name
         {"[\"a\"][", "", "{a}[", "\"a\";"},
-        {"[\"a", "a", "{a", ""},                  // too short for its closing: the rest of the key
-        {"[\"a\"", "", "{a\"", ""},                // an unfinished closing pair stays
-        {"[\"]", "]", "{]", "\";"},                // the opening pair is replaced first
+        {"[\"a", "a", "{a", ""},                      // too short for its closing: the rest of the key
+        {"[\"a\"", "", "{a\"", ""},                   // an unfinished closing pair stays
+        {"[\"]", "]", "{]", "\";"},                   // the opening pair is replaced first
         {"[\"x[\"y\"]", "y", "{x{y}", "\"x[\"y\";"},  // quoting inside names is not looked at
         {"[\"a\"]]", "a\"", "{a}]", "\"a\";;"},
         {"[\"a\"]tail", "a\"]ta", "{a}tail", "\"a\";"},  // text after the last "]" is lost
@@ -95,7 +100,8 @@ TEST(KeyConversion, KeyAsWrittenBraceNotationAndComponents) {
         std::string parts;
         for (const std::string &part : TeskPf::key2Table(key)) parts += part + ";";
         EXPECT_EQ(TeskPf::key2Pfkey(key) + " " + TeskPf::key2Perl(key) + " " + parts,
-                  std::string(written) + " " + perl + " " + components) << key;
+                  std::string(written) + " " + perl + " " + components)
+            << key;
     }
 }
 
@@ -143,7 +149,8 @@ TEST(RoundTrip, GoldenExampleAndGeneratedFiles) {
         const std::string n = std::to_string(g), k = "k" + n;
         text += "# group " + n + "\n" + k + "\t" + std::to_string(g * 7 - 50) + "\t#<int> count\n" + k + "f\t" + n +
                 ".5e-3\t#<float> \n" + k + "s\t" + (g % 2 ? "red" : "green") + "\t#<str>(red green) colour\n" + k +
-                "e\tv\\#" + n + " a\\\\#b  c\n" + k + "b &Arr{\t# block " + n + "\n\tlist &Tbl{\t#<int> \n\t\t1\n"
+                "e\tv\\#" + n + " a\\\\#b  c\n" + k + "b &Arr{\t# block " + n +
+                "\n\tlist &Tbl{\t#<int> \n\t\t1\n"
                 "\t\t2\t# two\n";
         std::string indent = "\t\t";
         for (int d = 0; d < g % 4; ++d, indent += "\t") text += indent + (d % 2 ? "x &Tbl{\n" : "&Arr{\n");

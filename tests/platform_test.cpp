@@ -40,22 +40,22 @@ TEST(Platform, SearchPathCandidates) {
     const std::string long_dir(10000, 'd');
     const std::tuple<const char *, std::string, Paths> cases[] = {
         {"c:a:b", "x", {"c/x.pf", "a/x.pf", "b/x.pf"}},
-        {"b", "x.pf", {"b/x.pf"}},                // no second suffix
-        {"::a::c:", "x", {"a/x.pf", "c/x.pf"}},   // empty components skipped
-        {"a/:c//", "x", {"a/x.pf", "c/x.pf"}},    // exactly one "/" between
-        {"missing:b", "x", {"b/x.pf"}},           // missing directory skipped
-        {"c", "y", {}},                           // "y" exists, "y.pf" does not
-        {"c", "c/y", {}},                         // same with a path
-        {"a:b", "c/x", {"c/x.pf"}},               // a path ignores PFPATH
+        {"b", "x.pf", {"b/x.pf"}},               // no second suffix
+        {"::a::c:", "x", {"a/x.pf", "c/x.pf"}},  // empty components skipped
+        {"a/:c//", "x", {"a/x.pf", "c/x.pf"}},   // exactly one "/" between
+        {"missing:b", "x", {"b/x.pf"}},          // missing directory skipped
+        {"c", "y", {}},                          // "y" exists, "y.pf" does not
+        {"c", "c/y", {}},                        // same with a path
+        {"a:b", "c/x", {"c/x.pf"}},              // a path ignores PFPATH
         {"a", "./y.pf", {"./y.pf"}},
         {"a", "none", {}},
-        {"", "x", {"./x.pf"}},                    // empty PFPATH is "."
+        {"", "x", {"./x.pf"}},  // empty PFPATH is "."
         {":", "x", {"./x.pf"}},
-        {nullptr, "x", {"./x.pf"}},               // so is an unset one
+        {nullptr, "x", {"./x.pf"}},  // so is an unset one
         {"a", "", {}},
-        {"a", std::string(5000, 'n'), {}},        // long names need no fixed buffer
+        {"a", std::string(5000, 'n'), {}},  // long names need no fixed buffer
         {long_dir.c_str(), "x", {}},
-        {"a:b:c", "z", {"c/z.pf"}},               // regular files only, symlinks followed
+        {"a:b:c", "z", {"c/z.pf"}},                                             // regular files only, symlinks followed
         {"d:e", "u", geteuid() ? Paths{"e/u.pf"} : Paths{"d/u.pf", "e/u.pf"}},  // unreadable skipped (root reads all)
     };
     for (const auto &[pfpath, name, expected] : cases) {
@@ -72,8 +72,9 @@ TEST(Platform, SearchPathCandidates) {
 // Compiled trees as applications walk them; that the values are those of the
 // handle's text is tested with the writer.
 TEST(Platform, CompiledTreeLookupsAndErrors) {
-    std::string text = "name first\n\\#odd key\nchan &Arr{ ignored\n  list &Tbl{\n    x\n    &Arr{\n    }\n  }\n}\n"
-                       "name second\n";
+    std::string text =
+        "name first\n\\#odd key\nchan &Arr{ ignored\n  list &Tbl{\n    x\n    &Arr{\n    }\n  }\n}\n"
+        "name second\n";
     Pf *pf = nullptr;
     ASSERT_EQ(pfcompile(text.data(), &pf), 0);
     EXPECT_EQ((std::vector<std::string>{pfkey(pf, 0), pfkey(pf, 1), pfkey(pf, 2), pfvalue(pf, "[\"\\#odd\"]")}),
@@ -92,10 +93,13 @@ TEST(Platform, CompiledTreeLookupsAndErrors) {
     EXPECT_EQ(pfkey(list, 0), nullptr);  // list members have no key
     pffree(pf);
     // Errors leave the result untouched; deep nesting needs no recursion.
-    const std::pair<std::string, int> errors[] = {
-        {"}", PF_ERR_STRAY_CLOSE}, {"a 1\n  } # closing nothing", PF_ERR_STRAY_CLOSE}, {"a &Arr{\n}\n}", PF_ERR_STRAY_CLOSE},
-        {"a &Arr{", PF_ERR_UNCLOSED}, {"a &Tbl{\n  x\n  &Arr{\n  }\n", PF_ERR_UNCLOSED}, {"a &Arr{\n # }\n", PF_ERR_UNCLOSED},
-        {"l &Tbl{\n" + repeated("&Tbl{\n", 1000000), PF_ERR_UNCLOSED}};
+    const std::pair<std::string, int> errors[] = {{"}", PF_ERR_STRAY_CLOSE},
+                                                  {"a 1\n  } # closing nothing", PF_ERR_STRAY_CLOSE},
+                                                  {"a &Arr{\n}\n}", PF_ERR_STRAY_CLOSE},
+                                                  {"a &Arr{", PF_ERR_UNCLOSED},
+                                                  {"a &Tbl{\n  x\n  &Arr{\n  }\n", PF_ERR_UNCLOSED},
+                                                  {"a &Arr{\n # }\n", PF_ERR_UNCLOSED},
+                                                  {"l &Tbl{\n" + repeated("&Tbl{\n", 1000000), PF_ERR_UNCLOSED}};
     Pf sentinel{};
     pf = &sentinel;
     for (auto [bad, error] : errors) EXPECT_EQ(pfcompile(bad.data(), &pf), error) << bad.substr(0, 40);

@@ -68,20 +68,26 @@ TEST(ConstraintParser, ParsesAndRegistersAnnotationTexts) {
 // Entry records of one file: blocks, list positions, comments kept or
 // dropped, a top-level closing line ending the file, unclosed blocks.
 TEST(BlockParser, ReadsBlocks) {
-    const std::tuple<const char *, bool, Rows> cases[] = {  // text, keep comments, entries
+    const std::tuple<const char *, bool, Rows> cases[] = {
+        // text, keep comments, entries
         {"", true, {}},
         {"# c\n\na 1", false, {"f:2|0|[\"a\"]|1||"}},  // comments dropped but counted
         // Braces on one line open a block; text after a closing brace is ignored.
-        {"a &Arr{}\nb 1\n} # done\nc 2", true, {"f:0|0|[\"a\"]|&Arr||", "f:1|1|[\"a\"][\"b\"]|1||", "f:3|0|[\"c\"]|2||"}},
+        {"a &Arr{}\nb 1\n} # done\nc 2",
+         true,
+         {"f:0|0|[\"a\"]|&Arr||", "f:1|1|[\"a\"][\"b\"]|1||", "f:3|0|[\"c\"]|2||"}},
         // List positions skip comments; text after the brace is dropped.
-        {"t &Tbl{ junk #<int>\nx\n# note\ny # why\n}", true,
+        {"t &Tbl{ junk #<int>\nx\n# note\ny # why\n}",
+         true,
          {"f:0|0|[\"t\"]|&Tbl|#|<int>", "f:1|1|[\"t\"][0]|x||", "f:2|1|||# note|", "f:3|1|[\"t\"][1]|y|# why|"}},
         {"a 1\n } \nb 2", true, {"f:0|0|[\"a\"]|1||"}},  // a top-level closing line ends the file
-        {"a &Tbl{\n&Tbl{\nx\ny\n&Arr{\nk v", true,       // unclosed nested blocks
+        {"a &Tbl{\n&Tbl{\nx\ny\n&Arr{\nk v",
+         true,  // unclosed nested blocks
          {"f:0|0|[\"a\"]|&Tbl||", "f:1|1|[\"a\"][0]|&Tbl||", "f:2|2|[\"a\"][0][0]|x||", "f:3|2|[\"a\"][0][1]|y||",
           "f:4|2|[\"a\"][0][2]|&Arr||", "f:5|3|[\"a\"][0][2][\"k\"]|v||"}},
         // A marker without its brace is a plain value; keys go into the path unchanged.
-        {"a &Arr\n{\nb &Tblx\nk\"[1] v", true,
+        {"a &Arr\n{\nb &Tblx\nk\"[1] v",
+         true,
          {"f:0|0|[\"a\"]|&Arr||", "f:1|0|[\"{\"]|||", "f:2|0|[\"b\"]|&Tblx||", "f:3|0|[\"k\"[1]\"]|v||"}},
     };
     for (const auto &[text, keep_comments, expected] : cases) {
@@ -95,8 +101,9 @@ TEST(BlockParser, ReadsBlocks) {
 // file itself.
 TEST(Loading, WorkedExampleAndNamesOffTheSearchPath) {
     TempDir dir;
-    dir.write("f.pf", "# demo\ngain 2.5\nchan &Arr{\n\tname BHZ\n\tlist &Tbl{\n\t\ta b\n\t\t&Arr{\n"
-                      "\t\t\tx 1\n\t\t}\n\t}\n}\n\nmode fast\n");
+    dir.write("f.pf",
+              "# demo\ngain 2.5\nchan &Arr{\n\tname BHZ\n\tlist &Tbl{\n\t\ta b\n\t\t&Arr{\n"
+              "\t\t\tx 1\n\t\t}\n\t}\n}\n\nmode fast\n");
     ScopedEnv pfpath("PFPATH", dir.path());
     const std::string src = dir.path() + "/f.pf:";
     EXPECT_EQ(rows(TeskPf("f", 0).getList()),
@@ -114,14 +121,16 @@ TEST(Loading, WorkedExampleAndNamesOffTheSearchPath) {
 // the other files add the keys it lacks, in their order; only the last file
 // (even an empty one) gives blank and comment lines.
 TEST(Loading, LaterFilesWinEachTopLevelKeyAsAWhole) {
-    const std::pair<std::vector<const char *>, Rows> cases[] = {  // files in search-path order; "dir:line|key|value"
+    const std::pair<std::vector<const char *>, Rows> cases[] = {
+        // files in search-path order; "dir:line|key|value"
         {{"# 1\na 1\nb 1\nc 1\nonly1 &Tbl{\nx\n}\n", "# 2\nb 2\nonly2 2\nc 2\n", "# 3\n\nc 3\n"},
          {"3:0||", "3:1||", "3:2|[\"c\"]|3", "2:1|[\"b\"]|2", "2:2|[\"only2\"]|2", "1:1|[\"a\"]|1",
           "1:4|[\"only1\"]|&Tbl", "1:5|[\"only1\"][0]|x"}},
         // Of a key defined twice in an earlier file only the definition found last loses.
-        {{"gain 1\nchan &Arr{\n  name A\n  extra yes\n}\nonly1 x\ndup 1\ndup 2\n", "chan &Arr{\n  name B\n}\ngain 2\ndup 3\n"},
-         {"2:0|[\"chan\"]|&Arr", "2:1|[\"chan\"][\"name\"]|B", "2:3|[\"gain\"]|2", "2:4|[\"dup\"]|3", "1:5|[\"only1\"]|x",
-          "1:6|[\"dup\"]|1"}},
+        {{"gain 1\nchan &Arr{\n  name A\n  extra yes\n}\nonly1 x\ndup 1\ndup 2\n",
+          "chan &Arr{\n  name B\n}\ngain 2\ndup 3\n"},
+         {"2:0|[\"chan\"]|&Arr", "2:1|[\"chan\"][\"name\"]|B", "2:3|[\"gain\"]|2", "2:4|[\"dup\"]|3",
+          "1:5|[\"only1\"]|x", "1:6|[\"dup\"]|1"}},
         {{"# 1\na 1\n", ""}, {"1:1|[\"a\"]|1"}},
     };
     for (const auto &[files, expected] : cases) {
@@ -165,7 +174,10 @@ TEST(Loading, TildeFallsBackToHomeWithoutAUserDatabaseEntry) {
         std::string name = "~/x.pf";
         teskpf::expandHome(name);
         unsetenv("HOME");
-        std::string error = thrown([] { std::string none = "~/x"; teskpf::expandHome(none); });
+        std::string error = thrown([] {
+            std::string none = "~/x";
+            teskpf::expandHome(none);
+        });
         _exit(name == "/fallback/x.pf" && error.find("no home directory") != std::string::npos ? 0 : 1);
     }
     int status = -1;
@@ -179,9 +191,13 @@ TEST(Queries, ByIndexOrKeyWithTheDisplayListing) {
     TempDir dir;
     const std::string p = dir.write("q.pf", "# top\na 1\nblk &Arr{ #<int> note\n  x 2\n  a 9\n}\na 3 # again\n");
     TeskPf pf(p, 0);
-    const Rows lines = {p + ":0; 0; ; ; # top; ",          p + ":1; 0; [\"a\"]; 1; ; ",
-                        p + ":2; 0; [\"blk\"]; &Arr; #  note; <int>", p + ":3; 1; [\"blk\"][\"x\"]; 2; ; ",
-                        p + ":4; 1; [\"blk\"][\"a\"]; 9; ; ",   p + ":6; 0; [\"a\"]; 3; # again; ", "; -1; ; ; ; "};
+    const Rows lines = {p + ":0; 0; ; ; # top; ",
+                        p + ":1; 0; [\"a\"]; 1; ; ",
+                        p + ":2; 0; [\"blk\"]; &Arr; #  note; <int>",
+                        p + ":3; 1; [\"blk\"][\"x\"]; 2; ; ",
+                        p + ":4; 1; [\"blk\"][\"a\"]; 9; ; ",
+                        p + ":6; 0; [\"a\"]; 3; # again; ",
+                        "; -1; ; ; ; "};
     std::string listing;
     for (int i = 0; i < 7; ++i) {  // the last index is past the end
         EXPECT_EQ(pf.getSource(i) + "; " + std::to_string(pf.getLevel(i)) + "; " + pf.getKey(i) + "; " +
@@ -195,5 +211,6 @@ TEST(Queries, ByIndexOrKeyWithTheDisplayListing) {
     EXPECT_EQ(printed([&] { pf.display(std::string("[\"a\"]")); }), lines[5] + "\n");
     for (const char *key : {"[\"A\"]", "[\"a\"] ", "['a']", "[a]", "a"})
         EXPECT_EQ(std::to_string(pf.getEntryIndex(key)) + std::to_string(pf.getLevel(key)) + row(pf.getEntry(key)),
-                  "-1-1") << key;
+                  "-1-1")
+            << key;
 }

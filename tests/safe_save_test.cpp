@@ -16,10 +16,10 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <sched.h>
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <sched.h>
 
 #include <gtest/gtest.h>
 
@@ -177,9 +177,8 @@ TEST_F(SafeSave, KeepsModeOwnerAndGroup) {
     };
     // Root edits files of others; setuid and setgid bits survive because the
     // owner does.
-    const Case cases[] = {{0640, kNobody, kNogroup}, {0600, 0, 0},         {0664, 0, kNogroup},
-                          {0755, kNobody, 0},        {06755, kNobody, kNogroup}, {04755, 0, 0},
-                          {02750, 0, kNogroup},      {0604, kNobody, kNogroup}};
+    const Case cases[] = {{0640, kNobody, kNogroup},  {0600, 0, 0},  {0664, 0, kNogroup},  {0755, kNobody, 0},
+                          {06755, kNobody, kNogroup}, {04755, 0, 0}, {02750, 0, kNogroup}, {0604, kNobody, kNogroup}};
     for (const Case &c : cases) {
         const std::string path = at("f");
         makeFile(path, "old", c.mode, c.uid, c.gid);
@@ -194,7 +193,8 @@ TEST_F(SafeSave, KeepsModeOwnerAndGroup) {
 // A new file gets what open(path, 0666) gives under the process umask (set
 // here by the test, never by the library).
 TEST_F(SafeSave, NewFileFollowsTheUmask) {
-    const std::pair<mode_t, const char *> cases[] = {{022, "0:0 0644"}, {027, "0:0 0640"}, {077, "0:0 0600"}, {0, "0:0 0666"}};
+    const std::pair<mode_t, const char *> cases[] = {
+        {022, "0:0 0644"}, {027, "0:0 0640"}, {077, "0:0 0600"}, {0, "0:0 0666"}};
     for (const auto &[mask, expected] : cases) {
         const mode_t previous = umask(mask);
         const std::string result = save(at("new"), "x");
@@ -278,7 +278,8 @@ TEST_F(SafeSave, RefusesTargetsItWouldDamage) {
         {"no/such/dir/f.pf", "No such file or directory [ENOENT]"},
     };
     for (const auto &[name, reason] : cases) {
-        struct stat before {}, after {};
+        struct stat before {
+        }, after{};
         lstat(at(name).c_str(), &before);
         EXPECT_EQ(save(at(name), "new"), "cannot write '" + at(name) + "': " + reason);
         lstat(at(name).c_str(), &after);
@@ -310,7 +311,7 @@ TEST_F(SafeSave, FollowsOnlyTrustedSymbolicLinks) {
         {"plain/rel", "../data/real.pf", 0, false, true},
         {"plain/rel", "../data/real.pf", kNobody, false, true},  // not in a shared directory
         {"shared/planted", "DATA/real.pf", kNobody, false, false},
-        {"shared/own", "DATA/real.pf", 0, false, true},       // the saver's and the directory owner's
+        {"shared/own", "DATA/real.pf", 0, false, true},        // the saver's and the directory owner's
         {"shared/mine", "DATA/real.pf", kNobody, true, true},  // the saver's
         {"shared/roots", "DATA/real.pf", 0, true, true},       // the directory owner's
         {"nobodys/dirowner", "DATA/real.pf", kNobody, false, true},
@@ -360,8 +361,10 @@ TEST_F(SafeSave, KeepsExtendedAttributesAndAcls) {
         return blob;
     };
     const uint32_t none = ~0u;
-    const std::string access = acl({{0x01, 6, none}, {0x02, 4, kNobody}, {0x04, 4, none}, {0x10, 4, none}, {0x20, 0, none}});
-    const std::string inherited = acl({{0x01, 7, none}, {0x04, 5, none}, {0x08, 7, kNogroup}, {0x10, 7, none}, {0x20, 5, none}});
+    const std::string access =
+        acl({{0x01, 6, none}, {0x02, 4, kNobody}, {0x04, 4, none}, {0x10, 4, none}, {0x20, 0, none}});
+    const std::string inherited =
+        acl({{0x01, 7, none}, {0x04, 5, none}, {0x08, 7, kNogroup}, {0x10, 7, none}, {0x20, 5, none}});
 
     std::optional<TempDir> fromTmp, fromBuild;
     fromTmp.emplace();
@@ -419,8 +422,9 @@ TEST_F(SafeSave, FailuresLeaveTheTargetIntact) {
     makeFile(at("locked/f.pf"), "old", 0644, kNobody, kNogroup);
     chmod(at("locked").c_str(), 0555);
     EXPECT_EQ(asNobody([&] { teskpf::saveFile(at("locked/f.pf"), "new"); }),
-              "cannot write '" + at("locked/f.pf") + "': cannot create a temporary file in its directory: "
-              "Permission denied [EACCES]");
+              "cannot write '" + at("locked/f.pf") +
+                  "': cannot create a temporary file in its directory: "
+                  "Permission denied [EACCES]");
     EXPECT_EQ(readText(at("locked/f.pf")), "old");
 }
 
@@ -510,7 +514,8 @@ TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
         kill(pid, SIGCONT);
         int status = 0;
         waitpid(pid, &status, 0);
-        EXPECT_TRUE(ignored ? WIFEXITED(status) && WEXITSTATUS(status) == 0 : WIFSIGNALED(status) && WTERMSIG(status) == sig)
+        EXPECT_TRUE(ignored ? WIFEXITED(status) && WEXITSTATUS(status) == 0
+                            : WIFSIGNALED(status) && WTERMSIG(status) == sig)
             << status;
         EXPECT_EQ(tempFiles(dir.path()), Rows{});
         EXPECT_EQ(readText(at("out.conf")).size(), ignored ? big.size() : 4);  // the new text, or the old

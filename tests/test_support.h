@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <optional>
 #include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -102,7 +102,11 @@ inline bool holdsUnprivileged(const std::function<bool()> &check) {
 
 // The message `action` throws as a std::string; "" when it throws nothing.
 inline std::string thrown(const std::function<void()> &action) {
-    try { action(); } catch (const std::string &message) { return message; }
+    try {
+        action();
+    } catch (const std::string &message) {
+        return message;
+    }
     return "";
 }
 

@@ -34,16 +34,11 @@ protected:
 TEST_F(Writer, SuffixRuleTheNameUsedAndSymlinks) {
     TeskPf pf = load("a 1\n");
     const std::pair<const char *, const char *> cases[] = {
-        {"conf", "conf.pf"},
-        {"conf.pf", "conf.pf"},
-        {"a.pf", "a.pf"},
-        {"x.PF", "x.PF.pf"},
-        {"abc", "abc"},
-        {"x", "x"},
-        {".pf", ".pf"},
+        {"conf", "conf.pf"}, {"conf.pf", "conf.pf"}, {"a.pf", "a.pf"}, {"x.PF", "x.PF.pf"}, {"abc", "abc"},
+        {"x", "x"},          {".pf", ".pf"},
     };
     dir.write("conf.pf", std::string(100000, 'z'));  // a longer old file is replaced whole
-    ScopedCwd cwd(dir.path());  // names of three characters or fewer are relative
+    ScopedCwd cwd(dir.path());                       // names of three characters or fewer are relative
     for (const auto &[given, used] : cases) {
         std::string name = given;
         pf.write(name);
@@ -74,7 +69,9 @@ TEST_F(Writer, FailuresNameTheFileAndKeepItsOldContent) {
     const std::string target = dir.write("t.pf", "old\n");
     if (fork() == 0) {
         signal(SIGXFSZ, SIG_IGN);
-        struct rlimit limit {4096, 4096};
+        struct rlimit limit {
+            4096, 4096
+        };
         setrlimit(RLIMIT_FSIZE, &limit);
         _exit(writeFailsNaming(pf, target, target) ? 0 : 1);
     }
@@ -99,10 +96,11 @@ TEST_F(Writer, FailuresNameTheFileAndKeepItsOldContent) {
 // has the same value in the tree.
 TEST_F(Writer, CompiledTreeHoldsEveryScalarValue) {
     PinnedClock clock(1222222222.0);
-    TeskPf pf = load("# station\nname first\ntag a\\#b #<str> escaped\ntext red  and  blue\nflag\n"
-                     "chan &Arr{ # channel\n  rate 40\n  rate 50\n  list &Tbl{\n    first item\n    &Arr{\n"
-                     "      deep &Tbl{\n        7\n      }\n    }\n    # comment inside a list\n    last\n  }\n}\n"
-                     "name second\npf_revision_time 5\n");
+    TeskPf pf = load(
+        "# station\nname first\ntag a\\#b #<str> escaped\ntext red  and  blue\nflag\n"
+        "chan &Arr{ # channel\n  rate 40\n  rate 50\n  list &Tbl{\n    first item\n    &Arr{\n"
+        "      deep &Tbl{\n        7\n      }\n    }\n    # comment inside a list\n    last\n  }\n}\n"
+        "name second\npf_revision_time 5\n");
     Pf *tree = nullptr;
     pf.getPf(&tree);
     ASSERT_NE(tree, nullptr);

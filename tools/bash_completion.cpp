@@ -22,7 +22,9 @@ void printBashCompletion() {
                  "_teskpf() {\n"
                  "    local cur=${COMP_WORDS[COMP_CWORD]} words=\n"
                  "    if ((COMP_CWORD == 1)); then\n"
-                 "        words=\"" << names << " --help --version\"\n"
+                 "        words=\""
+              << names
+              << " --help --version\"\n"
                  "    elif [[ $cur == -* ]]; then\n"
                  "        case ${COMP_WORDS[1]} in\n";
     for (const Command &command : allCommands()) {
@@ -32,7 +34,9 @@ void printBashCompletion() {
     }
     std::cout << "        esac\n"
                  "    elif [[ ${COMP_WORDS[1]} == help ]] && ((COMP_CWORD == 2)); then\n"
-                 "        words=\"" << names << "\"\n"
+                 "        words=\""
+              << names
+              << "\"\n"
                  "    fi\n"
                  "    COMPREPLY=($(compgen -W \"$words\" -- \"$cur\"))\n"
                  "}\n"

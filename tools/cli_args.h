@@ -18,7 +18,7 @@ struct CommandSyntax {
     std::vector<OptionSyntax> options;
     std::vector<std::string> positional_names;  // e.g. {"NAME", "KEY"}, for messages
     size_t min_positional;                      // at most positional_names.size()
-    bool unbounded;  // the last positional may repeat
+    bool unbounded;                             // the last positional may repeat
 };
 
 struct CommandLine {

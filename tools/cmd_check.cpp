@@ -79,9 +79,8 @@ int runCheck(const CommandLine &line) {
                           }));
     }
     printDiagnostics(all, format, std::cout);
-    const size_t errors = static_cast<size_t>(std::count_if(all.begin(), all.end(), [](const auto &d) {
-        return d.severity == teskpf::Severity::Error;
-    }));
+    const size_t errors = static_cast<size_t>(
+        std::count_if(all.begin(), all.end(), [](const auto &d) { return d.severity == teskpf::Severity::Error; }));
     const size_t warnings = all.size() - errors;
     std::cout.flush();
     // Nothing found after a read failed is no "ok": the error said it all.

@@ -28,8 +28,7 @@ int runExplain(const CommandLine &line) {
     }
     std::cout << "in effect: " << explanation.reason << '\n';
     if (!explanation.annotation.empty())
-        std::cout << "checked against: " << explanation.annotation << " (" << explanation.annotation_origin
-                  << ")\n";
+        std::cout << "checked against: " << explanation.annotation << " (" << explanation.annotation_origin << ")\n";
     else if (!explanation.definitions.empty())
         std::cout << "checked against: nothing (no annotation applies)\n";
     return explanation.definitions.empty() ? kExitFailed : kExitOk;

@@ -15,7 +15,7 @@ struct Command {
     std::string details;  // the rest of the subcommand's --help
     CommandSyntax syntax;
     int (*run)(const CommandLine &line);  // returns the exit code
-    std::string example = {};  // one command line showing it at work; ends its help
+    std::string example = {};             // one command line showing it at work; ends its help
 };
 
 // One description per subcommand, each defined in its cmd_*.cpp.

@@ -8,12 +8,18 @@ namespace {
 std::string githubEscaped(const std::string &text, bool property) {
     std::string out;
     for (char c : text) {
-        if (c == '%') out += "%25";
-        else if (c == '\r') out += "%0D";
-        else if (c == '\n') out += "%0A";
-        else if (property && c == ':') out += "%3A";
-        else if (property && c == ',') out += "%2C";
-        else out += c;
+        if (c == '%')
+            out += "%25";
+        else if (c == '\r')
+            out += "%0D";
+        else if (c == '\n')
+            out += "%0A";
+        else if (property && c == ':')
+            out += "%3A";
+        else if (property && c == ',')
+            out += "%2C";
+        else
+            out += c;
     }
     return out;
 }
@@ -55,8 +61,8 @@ void printDiagnostics(const std::vector<teskpf::Diagnostic> &diagnostics, Output
         const char *severity = teskpf::severityName(d.severity);
         switch (format) {
         case OutputFormat::Text:
-            out << d.file << ':' << d.line << ':' << d.column << ": " << severity << ": " << d.message << " ["
-                << d.rule << "]\n";
+            out << d.file << ':' << d.line << ':' << d.column << ": " << severity << ": " << d.message << " [" << d.rule
+                << "]\n";
             break;
         case OutputFormat::Json:
             out << (first ? "\n" : ",\n") << "{\"file\": " << jsonString(d.file) << ", \"line\": " << d.line

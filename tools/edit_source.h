@@ -32,7 +32,6 @@ teskpf::Editor openForEditing(const std::string &command, const std::string &fil
 
 // Runs `edit` on `editor` and saves it; a refused edit becomes ToolError
 // (exit 2) "COMMAND: FILE: cannot ...: REASON", and nothing is written.
-void editAndSave(const std::string &command, teskpf::Editor &editor,
-                 const std::function<void(teskpf::Editor &)> &edit);
+void editAndSave(const std::string &command, teskpf::Editor &editor, const std::function<void(teskpf::Editor &)> &edit);
 
 }  // namespace teskpf_tool

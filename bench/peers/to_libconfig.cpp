@@ -14,21 +14,19 @@ void appendMembers(const Node &block, int depth, std::string &out) {
     for (const Node &member : block.members) {
         const std::string end = !list ? ";" : &member == last ? "" : ",";
         switch (member.kind) {
-            case Node::Blank:
-            case Node::Comment:
-                appendNoteLine(member, indent, "#", out);
-                break;
-            case Node::Scalar:
-                out += indent + (list ? "" : member.key + " = ") + typedLiteral(member) + end +
-                       trailingComment(member, "#") + '\n';
-                break;
-            case Node::Arr:
-            case Node::Tbl:
-                out += indent + (list ? "" : member.key + " = ") + (member.kind == Node::Arr ? "{" : "(") +
-                       trailingComment(member, "#") + '\n';
-                appendMembers(member, depth + 1, out);
-                out += indent + (member.kind == Node::Arr ? "}" : ")") + end + '\n';
-                break;
+        case Node::Blank:
+        case Node::Comment: appendNoteLine(member, indent, "#", out); break;
+        case Node::Scalar:
+            out += indent + (list ? "" : member.key + " = ") + typedLiteral(member) + end +
+                   trailingComment(member, "#") + '\n';
+            break;
+        case Node::Arr:
+        case Node::Tbl:
+            out += indent + (list ? "" : member.key + " = ") + (member.kind == Node::Arr ? "{" : "(") +
+                   trailingComment(member, "#") + '\n';
+            appendMembers(member, depth + 1, out);
+            out += indent + (member.kind == Node::Arr ? "}" : ")") + end + '\n';
+            break;
         }
     }
 }

@@ -17,9 +17,9 @@ enum class Severity { Error, Warning };
 
 // One problem found in one file.
 struct Diagnostic {
-    std::string file;    // the file, as given or as found along PFPATH
-    long line = 0;       // 1-based
-    long column = 0;     // 1-based: the byte offset in the line plus one
+    std::string file;  // the file, as given or as found along PFPATH
+    long line = 0;     // 1-based
+    long column = 0;   // 1-based: the byte offset in the line plus one
     Severity severity = Severity::Error;
     std::string rule;     // stable kebab-case id, e.g. "stray-close"
     std::string message;  // what is wrong and what to do about it

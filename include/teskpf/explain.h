@@ -20,12 +20,12 @@ struct KeyDefinition {
 };
 
 struct KeyExplanation {
-    std::string key;                        // the key path explained
-    std::vector<std::string> files;         // the files read, lowest precedence first
-    std::vector<KeyDefinition> definitions; // every definition, lowest precedence first
-    std::string reason;                     // why the one in effect is, or why none is
-    std::string annotation;         // what the value in effect is checked against; "" when nothing
-    std::string annotation_origin;  // "file:line" of that annotation; "" when none
+    std::string key;                         // the key path explained
+    std::vector<std::string> files;          // the files read, lowest precedence first
+    std::vector<KeyDefinition> definitions;  // every definition, lowest precedence first
+    std::string reason;                      // why the one in effect is, or why none is
+    std::string annotation;                  // what the value in effect is checked against; "" when nothing
+    std::string annotation_origin;           // "file:line" of that annotation; "" when none
 };
 
 // Explains `key_path` (e.g. ["digitizer"]["sample_rate"]) of the name `name`

@@ -54,17 +54,20 @@ void bindDocument(py::module_ &module) {
         .def("is_block", &teskpf::Node::is_block)
         .def("is_list", &teskpf::Node::is_list)
         .def("is_value", &teskpf::Node::is_value)
-        .def("member", [](const teskpf::Node &n, std::string_view name) { return n[name]; }, py::keep_alive<0, 1>())
-        .def("item", [](const teskpf::Node &n, std::size_t i) { return n[i]; }, py::keep_alive<0, 1>())
+        .def(
+            "member", [](const teskpf::Node &n, std::string_view name) { return n[name]; }, py::keep_alive<0, 1>())
+        .def(
+            "item", [](const teskpf::Node &n, std::size_t i) { return n[i]; }, py::keep_alive<0, 1>())
         .def("size", &teskpf::Node::size)
         .def("names", &memberNames)
         .def("key_path", &teskpf::Node::key_path)
         .def("name", [](const teskpf::Node &n) { return std::string(n.name()); })
         .def("level", &teskpf::Node::level)
-        .def("source", [](const teskpf::Node &n) {
-            teskpf::Source source = n.source();
-            return py::make_tuple(source.file, source.line);
-        })
+        .def("source",
+             [](const teskpf::Node &n) {
+                 teskpf::Source source = n.source();
+                 return py::make_tuple(source.file, source.line);
+             })
         .def("comment", [](const teskpf::Node &n) { return std::string(n.comment()); })
         .def("annotation", [](const teskpf::Node &n) { return std::string(n.annotation()); })
         .def("text", [](const teskpf::Node &n) { return std::string(n.text()); })

@@ -15,8 +15,7 @@ void bindTools(py::module_ &module) {
         .def_readonly("file", &teskpf::Diagnostic::file)
         .def_readonly("line", &teskpf::Diagnostic::line)
         .def_readonly("column", &teskpf::Diagnostic::column)
-        .def_property_readonly("severity",
-                               [](const teskpf::Diagnostic &d) { return teskpf::severityName(d.severity); })
+        .def_property_readonly("severity", [](const teskpf::Diagnostic &d) { return teskpf::severityName(d.severity); })
         .def_readonly("rule", &teskpf::Diagnostic::rule)
         .def_readonly("message", &teskpf::Diagnostic::message)
         .def_readonly("key", &teskpf::Diagnostic::key)

@@ -6,9 +6,7 @@
 
 namespace {
 
-std::string_view keyOf(const EntryList &list, int index) {
-    return list[static_cast<size_t>(index)][FIELD_KEY];
-}
+std::string_view keyOf(const EntryList &list, int index) { return list[static_cast<size_t>(index)][FIELD_KEY]; }
 
 }  // namespace
 

@@ -2,10 +2,10 @@
 
 #include <vector>
 
-#include "support/KeyIndex.h"
-#include "support/LevelText.h"
 #include "TeskPf.h"
 #include "detail/AliveEntries.h"
+#include "support/KeyIndex.h"
+#include "support/LevelText.h"
 
 namespace teskpf {
 

@@ -95,14 +95,16 @@ TEST(Help, ManPageIsTheGeneratedOneAndDescribesEveryCommand) {
     const std::string page = readText(TESKPF_MAN_PAGE);
     EXPECT_EQ(page, output("help --man"));
     EXPECT_EQ(page.rfind(".TH TESKPF 1 ", 0), 0u);
-    for (const std::string &name : commandNames()) EXPECT_NE(page.find("\n.SS teskpf " + name), std::string::npos) << name;
+    for (const std::string &name : commandNames())
+        EXPECT_NE(page.find("\n.SS teskpf " + name), std::string::npos) << name;
     EXPECT_NE(page.find("\n.SH EXIT STATUS\n"), std::string::npos);
 }
 
 TEST(Help, ToolReferenceIsTheGeneratedOneAndDescribesEveryCommand) {
     const std::string page = readText(TESKPF_TOOL_REFERENCE);
     EXPECT_EQ(page, output("help --markdown")) << "regenerate it: teskpf help --markdown > docs/tool.md";
-    for (const std::string &name : commandNames()) EXPECT_NE(page.find("\n## teskpf " + name + "\n"), std::string::npos) << name;
+    for (const std::string &name : commandNames())
+        EXPECT_NE(page.find("\n## teskpf " + name + "\n"), std::string::npos) << name;
 }
 
 TEST(Help, BashCompletionIsTheGeneratedOneAndOffersEveryCommand) {

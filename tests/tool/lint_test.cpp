@@ -119,8 +119,8 @@ private:
 
 struct LintCase {
     std::string name;
-    std::string dir;      // where the tool runs
-    std::string pfpath;   // "" for a single file
+    std::string dir;     // where the tool runs
+    std::string pfpath;  // "" for a single file
     std::string argument;
 };
 

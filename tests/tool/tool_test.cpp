@@ -15,8 +15,9 @@ using namespace test_support;
 
 // Every value passes its constraints; ["chan"][1] opens a block inside a list
 // annotated <str>(...), which must not be checked against that list.
-const char kGood[] = "# station\nname KBS1 #<str> code\nnote a\\#b\nchan &Tbl{ #<str>(HHZ HHN)\n  HHZ\n  &Arr{\n"
-                     "    gain 1 2.5 #<int> <float>\n  }\n}\n";
+const char kGood[] =
+    "# station\nname KBS1 #<str> code\nnote a\\#b\nchan &Tbl{ #<str>(HHZ HHN)\n  HHZ\n  &Arr{\n"
+    "    gain 1 2.5 #<int> <float>\n  }\n}\n";
 const char kBrokenReport[] =
     "./broken.pf:1:6: error: value 'fast' does not satisfy '<float>'; change the value or the annotation "
     "[value-mismatch]\n./broken.pf:2:8: error: annotation '<bogus>' does not parse, so the value is not checked: the "
@@ -58,24 +59,29 @@ TEST_F(Tool, CommandsReadingFiles) {
         {{"set", "good", "name"}, "2||teskpf: set: missing argument VALUE (see 'teskpf set --help')\n"},
         {{"show", "good", "--frob"}, "2||teskpf: show: unknown option '--frob' (see 'teskpf show --help')\n"},
         {{"fmt", "good", "-o"}, "2||teskpf: fmt: option '-o' needs a value (see 'teskpf fmt --help')\n"},
-        {{"get", "good", "name", "--check", "--check"}, "2||teskpf: get: option '--check' given twice (see 'teskpf get --help')\n"},
-        {{"keys", "good", "--perl", "--table"}, "2||teskpf: keys: choose one of --perl and --table (see 'teskpf keys --help')\n"},
+        {{"get", "good", "name", "--check", "--check"},
+         "2||teskpf: get: option '--check' given twice (see 'teskpf get --help')\n"},
+        {{"keys", "good", "--perl", "--table"},
+         "2||teskpf: keys: choose one of --perl and --table (see 'teskpf keys --help')\n"},
         {{"set", "good", "name", "two\nlines"}, "2||teskpf: set: VALUE must be one line (see 'teskpf set --help')\n"},
         {{"show", "good", "[\"chan\"][0]"}, "0|./good.pf:4; 1; [\"chan\"][0]; HHZ; ; \n|"},
         {{"show", "good", "nokey"}, "1||teskpf: no key [\"nokey\"] in 'good'\n"},
         {{"get", "good", "note"}, "0|a#b\n|"},
         {{"get", "good", "[\"chan\"][1][\"gain\"]", "--check"}, "0|1 2.5\n|"},
         {{"get", "broken", "rate", "--check"}, "1|fast\n|teskpf: [\"rate\"]: fast does not satisfy <float>\n"},
-        {{"get", "broken", "[\"chan\"][0]", "--check"}, "1|BHZ\n|teskpf: [\"chan\"][0]: BHZ does not satisfy <str>(HHZ HHN)\n"},
+        {{"get", "broken", "[\"chan\"][0]", "--check"},
+         "1|BHZ\n|teskpf: [\"chan\"][0]: BHZ does not satisfy <str>(HHZ HHN)\n"},
         {{"get", "broken", "odd", "--check"}, "0|7\n|"},  // unparsed: nothing to check
         {{"get", "good", "[\"chan\"][9]"}, "1||teskpf: no key [\"chan\"][9] in 'good'\n"},
         {{"check", "good"}, "0||ok: 1 file, no problems\n"},
         {{"check", "good", "broken"}, std::string("1|") + kBrokenReport + "|4 errors, 0 warnings in 2 files\n"},
         {{"check", "nope", "broken"},  // goes on after an error
          std::string("2|") + kBrokenReport + "|" + kNoFile + "4 errors, 0 warnings in 1 file\n"},
-        {{"keys", "good"}, "0|[\"name\"]\n[\"note\"]\n[\"chan\"]\n[\"chan\"][0]\n[\"chan\"][1]\n[\"chan\"][1][\"gain\"]\n|"},
+        {{"keys", "good"},
+         "0|[\"name\"]\n[\"note\"]\n[\"chan\"]\n[\"chan\"][0]\n[\"chan\"][1]\n[\"chan\"][1][\"gain\"]\n|"},
         {{"keys", "good", "--perl"}, "0|{name}\n{note}\n{chan}\n{chan}[0]\n{chan}[1]\n{chan}[1]{gain}\n|"},
-        {{"keys", "good", "--table"}, "0|\"name\"\n\"note\"\n\"chan\"\n\"chan\"\t0\n\"chan\"\t1\n\"chan\"\t1\t\"gain\"\n|"},
+        {{"keys", "good", "--table"},
+         "0|\"name\"\n\"note\"\n\"chan\"\n\"chan\"\t0\n\"chan\"\t1\n\"chan\"\t1\t\"gain\"\n|"},
         {{"set", "good", "nokey", "1"}, "1||teskpf: no key [\"nokey\"] in 'good'\n"},
         {{"set", "good", "chan", "1"}, "2||teskpf: set: [\"chan\"] is a block; only plain values can be set\n"},
     };

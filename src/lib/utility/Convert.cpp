@@ -10,9 +10,7 @@ namespace teskpf {
 namespace {
 
 // Whether `text` is a single field: not empty, no blank or tab in it.
-bool isOneField(std::string_view text) {
-    return !text.empty() && text.find_first_of(" \t") == std::string_view::npos;
-}
+bool isOneField(std::string_view text) { return !text.empty() && text.find_first_of(" \t") == std::string_view::npos; }
 
 bool equalIgnoringCase(std::string_view text, std::string_view word) {
     if (text.size() != word.size()) return false;

@@ -31,8 +31,8 @@ void reportNote(const ParsedFile &parsed, const LayoutNote &note, bool with_keys
         if (!with_keys) break;
         const std::string key = note.entry >= 0 ? parsed.keyPath(static_cast<size_t>(note.entry)) : std::string();
         const bool after_open = note.kind == LayoutNoteKind::TextAfterOpen;
-        report.add(Severity::Warning, after_open ? "text-after-open" : "text-after-close", note.line,
-                   note.line_begin, note.span.begin,
+        report.add(Severity::Warning, after_open ? "text-after-open" : "text-after-close", note.line, note.line_begin,
+                   note.span.begin,
                    "text " + quoted(parsed.at(note.span)) +
                        (after_open ? " after the opening brace" : " after the closing '}'") +
                        " is dropped when reading; move it to a line of its own",
@@ -77,9 +77,8 @@ void checkMarker(const ParsedFile &parsed, size_t index, FileReport &report) {
     for (std::string_view marker : {kArrMarker, kTblMarker}) {
         if (entry.kind != EntryKind::Value || value.substr(0, marker.size()) != marker) continue;
         report.add(Severity::Error, "marker-without-brace", entry.line, entry.line_begin, entry.value.begin,
-                   "value " + quoted(value) + " starts with '" + std::string(marker) +
-                       "' but opens no block: write '" + std::string(marker) +
-                       "{' to open one, or escape the value otherwise",
+                   "value " + quoted(value) + " starts with '" + std::string(marker) + "' but opens no block: write '" +
+                       std::string(marker) + "{' to open one, or escape the value otherwise",
                    parsed.keyPath(index));
     }
 }

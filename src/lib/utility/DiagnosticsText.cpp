@@ -13,7 +13,7 @@ bool isControl(unsigned char byte) {
 }
 
 struct ByteCensus {
-    size_t suspect = 0;          // control bytes and bytes of invalid UTF-8
+    size_t suspect = 0;  // control bytes and bytes of invalid UTF-8
     size_t first_suspect = std::string_view::npos;
     size_t lines = 0;           // lines in the text
     size_t lines_with_nul = 0;  // lines holding a NUL byte

@@ -4,8 +4,8 @@
 #include <unordered_map>
 
 #include "detail/ConstraintParser.h"
-#include "detail/ValueCheck.h"
 #include "detail/DiagnosticRules.h"
+#include "detail/ValueCheck.h"
 
 namespace teskpf {
 
@@ -22,8 +22,10 @@ public:
         auto found = by_text_.find(annotation->text);
         if (found == by_text_.end()) {
             std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(annotation->text);
-            found = by_text_.emplace(annotation->text, table ? std::make_unique<AnnotationCheck>(std::move(*table))
-                                                             : nullptr).first;
+            found =
+                by_text_
+                    .emplace(annotation->text, table ? std::make_unique<AnnotationCheck>(std::move(*table)) : nullptr)
+                    .first;
         }
         kept_.push_back(annotation);  // keeps the address from being reused
         return by_address_[annotation.get()] = found->second.get();
@@ -70,8 +72,9 @@ void checkValues(const Layers &layers, std::vector<Diagnostic> &out) {
         else if (annotation.origin.file != source.file || annotation.origin.line != source.line)
             message += " of its block (" + originText(layers, annotation.origin) + ")";
         message += "; change the value or the annotation";
-        FileReport(layer.path, out).add(Severity::Error, "value-mismatch", entry.line, entry.line_begin,
-                                        entry.value.begin, std::move(message), record[FIELD_KEY]);
+        FileReport(layer.path, out)
+            .add(Severity::Error, "value-mismatch", entry.line, entry.line_begin, entry.value.begin, std::move(message),
+                 record[FIELD_KEY]);
     }
 }
 

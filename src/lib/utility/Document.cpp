@@ -7,10 +7,10 @@
 #include <teskpf/save.h>
 #include <teskpf/search.h>
 
-#include "detail/TextGenerator.h"
 #include "detail/DocumentData.h"
 #include "detail/EditRules.h"
 #include "detail/ReadFile.h"
+#include "detail/TextGenerator.h"
 
 namespace teskpf {
 
@@ -97,8 +97,7 @@ void Document::set(std::string_view key_path, std::string value) {
     std::string problem = valueProblem(value, list_member);
     if (!problem.empty()) {
         Source source = node.source();
-        throw EditError("cannot set " + std::string(key_path) + ": " + problem, source.file,
-                        source.line);
+        throw EditError("cannot set " + std::string(key_path) + ": " + problem, source.file, source.line);
     }
     data_->edited_values[node.entry_] = std::move(value);
 }

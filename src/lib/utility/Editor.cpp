@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "detail/EditRules.h"
 #include "detail/KeyPath.h"
 #include "detail/LineLexer.h"
-#include "detail/EditRules.h"
 #include "detail/ParsedFile.h"
 #include "detail/ReadFile.h"
 #include "detail/Revision.h"
@@ -14,7 +14,6 @@
 namespace teskpf {
 
 namespace {
-
 
 // An entry as reading sees it, apart from where it stands: what an edit must
 // leave unchanged for every entry it does not mean to touch.
@@ -181,9 +180,8 @@ struct Editor::State {
         std::vector<Record> expected = recordsOf(*parsed);
         expected[index].value = value;
         const auto layout = layoutOf(*parsed);
-        splice(begin, end, written, what, line, [&](const ParsedFile &reread) {
-            return recordsOf(reread) == expected && layoutOf(reread) == layout;
-        });
+        splice(begin, end, written, what, line,
+               [&](const ParsedFile &reread) { return recordsOf(reread) == expected && layoutOf(reread) == layout; });
     }
 
     void setCommentAt(size_t index, const std::string &comment, const std::string &what) {
@@ -212,7 +210,8 @@ struct Editor::State {
             if (after.size() != before.size()) return false;
             before[index].comment = after[index].comment;
             before[index].constraints = after[index].constraints;
-            return after == before && layoutOf(reread) == layout && reread.at(reread.entries()[index].comment) == written;
+            return after == before && layoutOf(reread) == layout &&
+                   reread.at(reread.entries()[index].comment) == written;
         });
     }
 
@@ -220,7 +219,8 @@ struct Editor::State {
         size_t count = 1 + membersOf(index);
         size_t begin = entry(index).line_begin, end = extentEnd(index);
         std::vector<Record> expected = recordsOf(*parsed);
-        expected.erase(expected.begin() + static_cast<long>(index), expected.begin() + static_cast<long>(index + count));
+        expected.erase(expected.begin() + static_cast<long>(index),
+                       expected.begin() + static_cast<long>(index + count));
         splice(begin, end, "", what, lineNumber(index),
                [&](const ParsedFile &reread) { return recordsOf(reread) == expected; });
     }
@@ -279,7 +279,8 @@ void Editor::State::add(const std::string &path, const std::string &value, const
     for (size_t i = first_missing; i < components.size(); ++i) {
         long expected = i == first_missing ? member_count : 0;
         if (components[i].position >= 0 && components[i].position != expected)
-            refuse(name, what, "a list member can only be added at the next position, [" + std::to_string(expected) + "]");
+            refuse(name, what,
+                   "a list member can only be added at the next position, [" + std::to_string(expected) + "]");
         if (i > first_missing && components[i].position >= 0)
             refuse(name, what, "a new block is an \"&Arr{\" block, which holds named keys");
     }
@@ -372,9 +373,7 @@ Editor::Editor(Editor &&) noexcept = default;
 Editor &Editor::operator=(Editor &&) noexcept = default;
 Editor::~Editor() = default;
 
-Editor Editor::open(const std::string &path) {
-    return Editor(path, std::string(readFileOrThrow(path).view()));
-}
+Editor Editor::open(const std::string &path) { return Editor(path, std::string(readFileOrThrow(path).view())); }
 
 Editor Editor::openLocked(const std::string &path) {
     auto lock = std::make_unique<FileLock>(path);

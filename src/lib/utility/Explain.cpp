@@ -48,8 +48,7 @@ std::string reasonFor(const Layers &layers, const KeyExplanation &out, const Key
     const bool nested = top != out.key;
     if (!chosen) {
         if (out.definitions.empty()) return out.key + " is defined in none of the files";
-        return "no definition is in effect: a later file on the path supplies " + top +
-               " as a whole, without this key";
+        return "no definition is in effect: a later file on the path supplies " + top + " as a whole, without this key";
     }
     std::string reason = chosen->file + " is the last file on the path that defines " + top;
     if (layers.files.size() == 1) reason = chosen->file + " is the only file read";
@@ -88,9 +87,9 @@ KeyExplanation explain(const std::string &name, const std::string &key_path) {
         out.annotation = annotation.text;
         if (!annotation.text.empty()) {
             const int origin = layers.layerOf(annotation.origin.file);
-            out.annotation_origin = (origin >= 0 ? layers.files[static_cast<size_t>(origin)].path
-                                                 : annotation.origin.file) +
-                                    ":" + std::to_string(annotation.origin.line + 1);
+            out.annotation_origin =
+                (origin >= 0 ? layers.files[static_cast<size_t>(origin)].path : annotation.origin.file) + ":" +
+                std::to_string(annotation.origin.line + 1);
         }
     }
     if (chosen) chosen->in_effect = true;

@@ -1,8 +1,8 @@
 #include "detail/FileSearch.h"
 
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <memory>
 
 #include "pf_files.h"
 #include "pf_tbl.h"

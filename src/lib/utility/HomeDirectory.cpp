@@ -1,8 +1,8 @@
 #include "detail/HomeDirectory.h"
 
-#include <cstdlib>
 #include <pwd.h>
 #include <unistd.h>
+#include <cstdlib>
 
 namespace teskpf {
 

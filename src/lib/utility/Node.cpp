@@ -3,10 +3,10 @@
 #include <teskpf/convert.h>
 #include <teskpf/error.h>
 
-#include "detail/KeyPath.h"
 #include "TeskPf.h"
-#include "detail/ValueCheck.h"
 #include "detail/DocumentData.h"
+#include "detail/KeyPath.h"
+#include "detail/ValueCheck.h"
 
 namespace teskpf {
 

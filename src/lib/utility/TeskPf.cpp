@@ -5,13 +5,13 @@
 #include <cstring>
 #include <memory>
 
+#include "detail/EntryStore.h"
 #include "detail/FileSearch.h"
 #include "detail/HomeDirectory.h"
 #include "detail/KeyPath.h"
 #include "detail/LineLexer.h"
 #include "detail/TextGenerator.h"
 #include "detail/ValueCheck.h"
-#include "detail/EntryStore.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"
 
@@ -49,7 +49,8 @@ Table<Table<string>> TeskPf::getList() const {
     Table<Table<string>> list;
     if (!store) return list;
     list.reserve(store->size());
-    store->forEachWithPath([&](size_t i, std::string_view path) { list.push_back(entryRecord(static_cast<int>(i), string(path))); });
+    store->forEachWithPath(
+        [&](size_t i, std::string_view path) { list.push_back(entryRecord(static_cast<int>(i), string(path))); });
     return list;
 }
 
@@ -82,7 +83,9 @@ string TeskPf::getKey(int index) const { return validIndex(index) ? store->keyPa
 
 int TeskPf::getLevel(string key) const { return getLevel(getEntryIndex(key)); }
 
-int TeskPf::getLevel(int index) const { return validIndex(index) ? store->entryOf(static_cast<size_t>(index)).level : -1; }
+int TeskPf::getLevel(int index) const {
+    return validIndex(index) ? store->entryOf(static_cast<size_t>(index)).level : -1;
+}
 
 string TeskPf::getComment(string key) const { return getComment(getEntryIndex(key)); }
 

@@ -26,7 +26,7 @@
 namespace teskpf::detail {
 class Store;
 struct ClassicAccess;
-}
+}  // namespace teskpf::detail
 
 // Positions of the six fields of an entry record.
 enum {

@@ -4,9 +4,9 @@
 #include <climits>
 #include <cmath>
 
-#include "detail/LineLexer.h"
 #include "detail/BlockSyntax.h"
 #include "detail/EntryStore.h"
+#include "detail/LineLexer.h"
 #include "detail/Revision.h"
 
 namespace teskpf {

@@ -1,9 +1,9 @@
 #include "detail/ValueCheck.h"
 
+#include <locale.h>
 #include <cerrno>
 #include <clocale>
 #include <cstdlib>
-#include <locale.h>
 
 namespace teskpf {
 

@@ -1,7 +1,7 @@
 #include "detail/DocumentData.h"
 
-#include "detail/KeyPath.h"
 #include "TeskPf.h"
+#include "detail/KeyPath.h"
 
 namespace teskpf::detail {
 
@@ -36,14 +36,12 @@ std::string_view DocumentData::kept(int32_t entry, int which, Read read) const {
 std::string_view DocumentData::field(int32_t entry, int which) const {
     const size_t at = static_cast<size_t>(entry);
     switch (which) {
-        case FIELD_VALUE:
-            return editedOr(edited_values, entry, [&] {
-                return kept(entry, which, [&](std::string &buffer) { return store.value(at, buffer); });
-            });
-        case FIELD_COMMENT:
-            return kept(entry, which, [&](std::string &buffer) { return store.comment(at, buffer); });
-        default:
-            return store.constraints(at);
+    case FIELD_VALUE:
+        return editedOr(edited_values, entry, [&] {
+            return kept(entry, which, [&](std::string &buffer) { return store.value(at, buffer); });
+        });
+    case FIELD_COMMENT: return kept(entry, which, [&](std::string &buffer) { return store.comment(at, buffer); });
+    default: return store.constraints(at);
     }
 }
 

@@ -23,14 +23,12 @@ struct DocumentData {
 
     std::vector<std::string> files;  // lowest precedence first
     Store store;
-    EditedTexts edited_values;       // set() by entry index
-    std::vector<int32_t> parents;    // enclosing block's entry; -1 at the top level and for notes
+    EditedTexts edited_values;                   // set() by entry index
+    std::vector<int32_t> parents;                // enclosing block's entry; -1 at the top level and for notes
     std::vector<std::vector<int32_t>> children;  // [0]: top level; [i + 1]: members of entry i
     ChangeHook on_change;
 
-    const std::vector<int32_t> &childrenOf(int32_t entry) const {
-        return children[static_cast<size_t>(entry + 1)];
-    }
+    const std::vector<int32_t> &childrenOf(int32_t entry) const { return children[static_cast<size_t>(entry + 1)]; }
     // Field `which` (FIELD_VALUE, FIELD_COMMENT or FIELD_CONSTRAINTS) of entry
     // `entry`, the value as set() left it. The view stays valid while the
     // document lives, a value until set() changes it again.

@@ -1,7 +1,7 @@
 #include "detail/EditRules.h"
 
-#include "detail/LineLexer.h"
 #include "detail/BlockSyntax.h"
+#include "detail/LineLexer.h"
 
 namespace teskpf {
 

@@ -4,9 +4,9 @@
 #include <charconv>
 #include <cstring>
 
+#include "detail/AliveEntries.h"
 #include "detail/ConstraintParser.h"
 #include "detail/KeyPath.h"
-#include "detail/AliveEntries.h"
 
 namespace teskpf::detail {
 
@@ -181,8 +181,8 @@ void Store::registerConstraints(const ParsedFile &file) {
 void Store::append(StoredEntry at, uint64_t hash) {
     const int32_t position = static_cast<int32_t>(entries.size());
     entries.push_back(at);
-    const int32_t replaced =
-        key_index.insert(hash, position, [&](int32_t stored, int32_t) { return samePath(entries[static_cast<size_t>(stored)], at); });
+    const int32_t replaced = key_index.insert(
+        hash, position, [&](int32_t stored, int32_t) { return samePath(entries[static_cast<size_t>(stored)], at); });
     const FileEntry &entry = fileEntry(at);
     if (entry.parent < 0 && (replaced >= 0 || !plainName(files[at.file].key(entry)))) top_level_by_text = true;
 }
@@ -223,8 +223,9 @@ void Store::mergeFile(uint32_t file_id, const std::vector<uint64_t> &hashes) {
             const StoredEntry at{file_id, members[k]};
             if (fileEntry(at).parent < 0) {
                 const uint64_t hash = hashes[at.entry];
-                removing = file_index.find(hash, [&](int32_t c) { return c == static_cast<int32_t>(k); }) >= 0 &&
-                           key_index.find(hash, [&](int32_t c) { return samePath(entries[static_cast<size_t>(c)], at); }) >= 0;
+                removing =
+                    file_index.find(hash, [&](int32_t c) { return c == static_cast<int32_t>(k); }) >= 0 &&
+                    key_index.find(hash, [&](int32_t c) { return samePath(entries[static_cast<size_t>(c)], at); }) >= 0;
             }
             removed[k] = removing;
         }
@@ -256,7 +257,8 @@ void Store::mergeByText(uint32_t file_id, const std::vector<uint32_t> &members, 
         hash.feed(key);
         int32_t found = file_index.find(hash.value(), [&](int32_t c) { return paths[static_cast<size_t>(c)] == key; });
         while (found >= 0 && alive.isRemoved(found)) found = previous[static_cast<size_t>(found)];
-        for (int32_t at = found; at >= 0 && at < count && paths[static_cast<size_t>(at)].compare(0, key.size(), key) == 0;
+        for (int32_t at = found;
+             at >= 0 && at < count && paths[static_cast<size_t>(at)].compare(0, key.size(), key) == 0;
              at = alive.from(at))
             alive.remove(at);
     }

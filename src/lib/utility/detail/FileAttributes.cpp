@@ -39,7 +39,8 @@ std::vector<std::string> attributeNames(int fd, const std::string &path) {
     std::string list;
     int error = readGrowing(list, [fd](char *buffer, size_t size) { return flistxattr(fd, buffer, size); });
     if (error == ENOTSUP) return {};
-    if (error != 0) throwSaveError(path, "cannot list its extended attributes: " + std::string(std::strerror(error)), error);
+    if (error != 0)
+        throwSaveError(path, "cannot list its extended attributes: " + std::string(std::strerror(error)), error);
     std::vector<std::string> names;
     for (size_t begin = 0; begin < list.size();) {
         size_t end = list.find('\0', begin);
@@ -52,9 +53,8 @@ std::vector<std::string> attributeNames(int fd, const std::string &path) {
 
 // The value of attribute `name` of `fd`; answers the errno value, 0 on success.
 int attributeValue(int fd, const std::string &name, std::string &value) {
-    return readGrowing(value, [fd, &name](char *buffer, size_t size) {
-        return fgetxattr(fd, name.c_str(), buffer, size);
-    });
+    return readGrowing(value,
+                       [fd, &name](char *buffer, size_t size) { return fgetxattr(fd, name.c_str(), buffer, size); });
 }
 
 [[noreturn]] void failAttribute(const std::string &path, const std::string &name, int error) {

@@ -15,17 +15,17 @@
 namespace teskpf {
 
 struct Layer {
-    std::string path;    // as reported: as given, or as found along PFPATH
-    std::string source;  // the file part of the classic handle's sources
-    std::optional<ParsedFile> parsed;  // none when the text does not parse
-    std::string parse_error;           // why it does not
-    std::optional<TeskPf> alone;       // the file read on its own; none when it does not load
+    std::string path;                    // as reported: as given, or as found along PFPATH
+    std::string source;                  // the file part of the classic handle's sources
+    std::optional<ParsedFile> parsed;    // none when the text does not parse
+    std::string parse_error;             // why it does not
+    std::optional<TeskPf> alone;         // the file read on its own; none when it does not load
     std::vector<int32_t> entry_at_line;  // 0-based line -> index of its entry in `parsed`, or -1
 };
 
 struct Layers {
-    std::vector<Layer> files;        // lowest precedence first
-    std::optional<TeskPf> merged;    // none when a file does not load
+    std::vector<Layer> files;      // lowest precedence first
+    std::optional<TeskPf> merged;  // none when a file does not load
     std::string merged_error;
 
     // The file at `path` alone. Throws IoError when it cannot be read.
@@ -47,8 +47,8 @@ SourceLine splitSource(const std::string &source);
 
 // The annotation a value is checked against and where it was written.
 struct AnnotationInEffect {
-    std::string text;     // "" when none applies
-    SourceLine origin;    // the entry that carries it
+    std::string text;        // "" when none applies
+    SourceLine origin;       // the entry that carries it
     bool inherited = false;  // from the definition in a lower layer that this one overrides
 };
 

@@ -1,12 +1,12 @@
 #include "detail/ParsedFile.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "detail/KeyPath.h"
 
@@ -52,7 +52,8 @@ void FileText::resize(size_t size) {
 }
 
 ParsedFile::ParsedFile(std::string name, FileText text) : name_(std::move(name)), text_(std::move(text)) {
-    if (text_.view().size() >= UINT32_MAX) throw name_ + ": the file is 4 GiB or larger; parameter files must be smaller";
+    if (text_.view().size() >= UINT32_MAX)
+        throw name_ + ": the file is 4 GiB or larger; parameter files must be smaller";
     parse();
 }
 
@@ -99,8 +100,8 @@ void ParsedFile::parse() {
                 break;
             }
             if (!after.empty())
-                notes_.push_back({LayoutNoteKind::TextAfterClose, this_line, line_begin, spanIn(text, after),
-                                  open.back().entry});
+                notes_.push_back(
+                    {LayoutNoteKind::TextAfterClose, this_line, line_begin, spanIn(text, after), open.back().entry});
             open.pop_back();
             continue;
         }
@@ -142,8 +143,8 @@ void ParsedFile::parse() {
     if (entries_.capacity() > entries_.size() + entries_.size() / 8) entries_.shrink_to_fit();
     for (size_t i = open.size(); i-- > 1;) {
         const FileEntry &opening = entries_[static_cast<size_t>(open[i].entry)];
-        notes_.push_back({LayoutNoteKind::UnclosedBlock, opening.line, opening.line_begin, opening.value,
-                          open[i].entry});
+        notes_.push_back(
+            {LayoutNoteKind::UnclosedBlock, opening.line, opening.line_begin, opening.value, open[i].entry});
     }
 }
 
@@ -175,7 +176,8 @@ std::string_view ParsedFile::comment(const FileEntry &entry, std::string &buffer
 
 std::string_view ParsedFile::constraints(const FileEntry &entry) const {
     // The annotation starts right after the comment's "#".
-    return entry.constraints_size == 0 ? std::string_view() : text().substr(entry.comment.begin + 1, entry.constraints_size);
+    return entry.constraints_size == 0 ? std::string_view()
+                                       : text().substr(entry.comment.begin + 1, entry.constraints_size);
 }
 
 void ParsedFile::appendComponent(std::string &path, size_t index) const {

@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "detail/LineLexer.h"
 #include "detail/BlockSyntax.h"
+#include "detail/LineLexer.h"
 
 namespace teskpf {
 
@@ -62,10 +62,10 @@ struct FileEntry {
     int32_t position = -1;    // position in its list block (members of "&Tbl{" only); else -1
     int32_t level = 0;        // nesting depth, 0 at the top level
     EntryKind kind = EntryKind::Note;
-    bool value_verbatim = true;  // the value reads as written (no tab, no "\#")
-    Span key;                    // the key as written; empty for list members and notes
-    Span value;                  // the value as written, trimmed ("&Arr{..." for an opening)
-    Span comment;                // from "#" to the end of the line's text; empty without one
+    bool value_verbatim = true;     // the value reads as written (no tab, no "\#")
+    Span key;                       // the key as written; empty for list members and notes
+    Span value;                     // the value as written, trimmed ("&Arr{..." for an opening)
+    Span comment;                   // from "#" to the end of the line's text; empty without one
     uint32_t constraints_size = 0;  // the annotation, starting right after the comment's "#"
 
     bool opensBlock() const { return kind == EntryKind::ArrOpen || kind == EntryKind::TblOpen; }

@@ -137,17 +137,20 @@ SaveTarget findSaveTarget(const std::string &path) {
         if (fstatat(target.dir.get(), next.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) {
             if (errno != ENOENT || !last) throwSaveError(path, errno);
             if (!next.link.empty())
-                throwSaveError(path, "the symbolic link '" + next.link + "' points to '" + shown +
-                                         "', which does not exist", ENOENT);
+                throwSaveError(path,
+                               "the symbolic link '" + next.link + "' points to '" + shown + "', which does not exist",
+                               ENOENT);
             target.name = next.name;  // a new file
             return target;
         }
         if (S_ISLNK(info.st_mode)) {
             if (++hops > kMaxLinkHops) throwSaveError(path, ELOOP);
             if (!mayFollow(target.dir.get(), info))
-                throwSaveError(path, "not following the symbolic link '" + shown +
-                                         "': it is in a sticky world-writable directory and belongs to "
-                                         "neither the directory's owner nor you", EACCES);
+                throwSaveError(path,
+                               "not following the symbolic link '" + shown +
+                                   "': it is in a sticky world-writable directory and belongs to "
+                                   "neither the directory's owner nor you",
+                               EACCES);
             const std::string text = readLink(target.dir.get(), next.name, info, path);
             if (text.empty()) throwSaveError(path, ENOENT);
             if (text[0] == '/') {

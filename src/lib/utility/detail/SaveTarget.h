@@ -12,11 +12,11 @@ namespace teskpf {
 // The file a save replaces (or creates), found without following any link an
 // untrusted user could have planted.
 struct SaveTarget {
-    UniqueFd dir;        // the directory that holds it
-    std::string name;    // its name in `dir`
-    bool exists = false; // whether there is a file of that name now
-    UniqueFd file;       // the existing file, open for reading its attributes
-    struct stat info {}; // the existing file's status
+    UniqueFd dir;         // the directory that holds it
+    std::string name;     // its name in `dir`
+    bool exists = false;  // whether there is a file of that name now
+    UniqueFd file;        // the existing file, open for reading its attributes
+    struct stat info {};  // the existing file's status
 };
 
 // Follows `path` through its symbolic links to the file a save replaces and

@@ -51,10 +51,8 @@ TempFileRegistration::~TempFileRegistration() {
     if (slot_ < 0) return;
     // A handler running on another thread holds the place only for one
     // unlinkat; wait for it to give the place back.
-    for (int expected = kListed;
-         !slots[slot_].state.compare_exchange_weak(expected, kFree, std::memory_order_acq_rel);
-         expected = kListed) {
-    }
+    for (int expected = kListed; !slots[slot_].state.compare_exchange_weak(expected, kFree, std::memory_order_acq_rel);
+         expected = kListed) {}
 }
 
 void removeTempFilesOnSignal() noexcept {
