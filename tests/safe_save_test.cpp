@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <sched.h>
+#include <cstdarg>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -30,12 +31,33 @@
 
 using namespace test_support;
 
-// This program's own fsync, renameat and umask stand in for the C library's,
-// for the library too, and note what the saves ask of the system while a
-// trace is on.
+// This program's own openat, fchmod, fsync, renameat and umask stand in for
+// the C library's, for the library too (a shared one as well: the
+// executable's definitions come first), and note what the saves ask of the
+// system while a trace is on. They make the system calls themselves rather
+// than look up the C library's functions, which a sanitizer may intercept.
 namespace save_trace {
 std::vector<std::string> *calls = nullptr;  // the trace, when on
 int umask_calls = 0;
+
+std::string octal(mode_t mode) {
+    char text[8];
+    std::snprintf(text, sizeof text, "%04o", unsigned(mode & 07777));
+    return text;
+}
+
+// The access mode and the flags of an open that matter to a save, e.g.
+// "O_WRONLY|O_CREAT|O_EXCL".
+std::string flagNames(int flags) {
+    const int access = flags & O_ACCMODE;
+    std::string names = access == O_WRONLY ? "O_WRONLY" : access == O_RDWR ? "O_RDWR" : "O_RDONLY";
+    const std::pair<int, const char *> known[] = {{O_CREAT, "O_CREAT"},       {O_EXCL, "O_EXCL"},
+                                                  {O_TRUNC, "O_TRUNC"},       {O_APPEND, "O_APPEND"},
+                                                  {O_NOFOLLOW, "O_NOFOLLOW"}, {O_CLOEXEC, "O_CLOEXEC"}};
+    for (const auto &[flag, name] : known)
+        if (flags & flag) names += std::string("|") + name;
+    return names;
+}
 
 // `path` with a temporary name's random letters as "*".
 std::string starred(std::string path) {
@@ -49,6 +71,42 @@ std::string pathOf(int fd) {
     return fs::read_symlink("/proc/self/fd/" + std::to_string(fd), ignored).string();
 }
 }  // namespace save_trace
+
+namespace save_trace {
+// openat and openat64 (what a build with 64-bit file offsets calls): notes
+// every creation of a file, then opens.
+int openAt(int dir, const char *name, int flags, va_list rest) {
+    const bool created = (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE;
+    const mode_t mode = created ? static_cast<mode_t>(va_arg(rest, unsigned)) : 0;
+    if (calls && created)
+        calls->push_back("create " + starred((dir == AT_FDCWD ? "." : pathOf(dir)) + "/" + name) + " " +
+                         flagNames(flags) + " " + octal(mode));
+    return static_cast<int>(syscall(SYS_openat, dir, name, flags, mode));
+}
+}  // namespace save_trace
+
+extern "C" int openat(int dir, const char *name, int flags, ...) {
+    va_list rest;
+    va_start(rest, flags);
+    const int fd = save_trace::openAt(dir, name, flags, rest);
+    va_end(rest);
+    return fd;
+}
+
+extern "C" int openat64(int dir, const char *name, int flags, ...) {
+    va_list rest;
+    va_start(rest, flags);
+    const int fd = save_trace::openAt(dir, name, flags, rest);
+    va_end(rest);
+    return fd;
+}
+
+extern "C" int fchmod(int fd, mode_t mode) noexcept {
+    if (save_trace::calls)
+        save_trace::calls->push_back("fchmod " + save_trace::starred(save_trace::pathOf(fd)) + " " +
+                                     save_trace::octal(mode));
+    return static_cast<int>(syscall(SYS_fchmod, fd, mode));
+}
 
 extern "C" int fsync(int fd) {
     if (save_trace::calls) save_trace::calls->push_back("fsync " + save_trace::starred(save_trace::pathOf(fd)));
@@ -428,36 +486,50 @@ TEST_F(SafeSave, FailuresLeaveTheTargetIntact) {
     EXPECT_EQ(readText(at("locked/f.pf")), "old");
 }
 
-// Every way of saving flushes the new content before the rename and the
+// Every way of saving creates its temporary file exclusively next to the
+// target: private (0600) when it copies an existing file, which gets the
+// file's mode once it has its content, as open(path, 0666) would when the
+// file is new. It flushes the new content before the rename and the
 // directory after it, so that a crash leaves the old file or the new one,
 // and none touches the process-wide umask (other threads create files).
-TEST_F(SafeSave, FlushesAroundTheRenameAndLeavesTheUmaskAlone) {
-    makeFile(at("old.pf"), "a 1\n", 0644);
-    const std::pair<const char *, std::function<void()>> cases[] = {
-        {"old.pf", [&] { teskpf::saveFile(at("old.pf"), "a 2\n"); }},
-        {"new.pf", [&] { teskpf::saveFile(at("new.pf"), "a 2\n"); }},
+TEST_F(SafeSave, CreatesPrivatelyFlushesAroundTheRenameAndLeavesTheUmaskAlone) {
+    makeFile(at("old.pf"), "a 1\n", 0640);
+    struct Case {
+        const char *name;
+        std::function<void()> action;
+        bool replaces;  // an existing file, of mode 0640
+    };
+    const Case cases[] = {
+        {"old.pf", [&] { teskpf::saveFile(at("old.pf"), "a 2\n"); }, true},
+        {"new.pf", [&] { teskpf::saveFile(at("new.pf"), "a 2\n"); }, false},
         {"written.pf",
          [&] {
              std::string name = at("written");  // write() adds ".pf" to it
              TeskPf(at("old.pf"), 0).write(name);
-         }},
+         },
+         false},
         {"old.pf",
          [&] {
              teskpf::Editor editor = teskpf::Editor::openLocked(at("old.pf"));
              editor.setValue("[\"a\"]", "3");
              editor.save();
-         }},
+         },
+         true},
     };
-    for (const auto &[name, action] : cases) {
+    for (const Case &c : cases) {
         std::vector<std::string> calls;
         save_trace::umask_calls = 0;
         save_trace::calls = &calls;
-        const std::string result = outcome(action);
+        const std::string result = outcome(c.action);
         save_trace::calls = nullptr;
-        EXPECT_EQ(result, "ok") << name;
-        const std::string temp = "." + std::string(name) + ".teskpf-*";
-        EXPECT_EQ(calls, Rows({"fsync " + at(temp), "rename " + temp + " " + name, "fsync " + dir.path()})) << name;
-        EXPECT_EQ(save_trace::umask_calls, 0) << name;
+        EXPECT_EQ(result, "ok") << c.name;
+        const std::string temp = "." + std::string(c.name) + ".teskpf-*";
+        Rows expected = {"create " + at(temp) + " O_WRONLY|O_CREAT|O_EXCL|O_NOFOLLOW|O_CLOEXEC " +
+                         (c.replaces ? "0600" : "0666")};
+        if (c.replaces) expected.push_back("fchmod " + at(temp) + " 0640");
+        expected.insert(expected.end(), {"fsync " + at(temp), "rename " + temp + " " + c.name, "fsync " + dir.path()});
+        EXPECT_EQ(calls, expected) << c.name;
+        EXPECT_EQ(save_trace::umask_calls, 0) << c.name;
     }
 }
 
