@@ -2,9 +2,22 @@
 
 from typing import Optional
 
-class Error(Exception): ...
-class IoError(Error): ...
-class EditError(Error): ...
+class Error(Exception):
+    """An error of the teskpf library; str() is its message."""
+
+    file: str
+    """The file the error concerns; "" when none."""
+    line: int
+    """The 1-based line the error concerns; 0 when none."""
+
+class IoError(Error):
+    """A file could not be read, written, locked or saved."""
+
+    errno: int
+    """The system's reason, an errno value such as errno.ENOENT; 0 when the reason is the library's own."""
+
+class EditError(Error):
+    """An edit was refused and nothing was changed; line is that of the entry concerned, 0 when none."""
 
 class Verdict:
     ok: bool

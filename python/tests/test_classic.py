@@ -31,7 +31,8 @@ def test_key_helpers():
 
 
 def test_classic_errors_are_teskpf_errors(station, tmp_path):
-    with pytest.raises(teskpf.Error, match="Unknown type"):
+    with pytest.raises(teskpf.Error, match="Unknown type") as raised:
         teskpf.TeskPf("station", 1)
+    assert (raised.value.file, raised.value.line) == ("", 0)  # concerns no file
     with pytest.raises(teskpf.Error, match="cannot write"):
         teskpf.TeskPf("station").write(str(tmp_path / "missing-dir" / "out"))

@@ -1,6 +1,8 @@
 """teskpf.edit: in-place edits, saved only on a clean exit, under the file's lock."""
 
+import errno
 import fcntl
+import os
 
 import pytest
 import teskpf
@@ -52,6 +54,38 @@ def test_refused_edits_raise_edit_error(station):
         with teskpf.edit(path) as ed:
             ed.unset("nope")
     assert path.read_bytes() == before
+
+
+# A refused edit names the file and the 1-based line of the entry concerned, 0 when there is none.
+@pytest.mark.parametrize("edit, line", [
+    (lambda ed: ed.set("b", "two\nlines"), 3),
+    (lambda ed: ed.set_comment("b", "two\nlines"), 3),
+    (lambda ed: ed.add("b", "2"), 3),  # already there
+    (lambda ed: ed.set("blk", "x"), 4),  # opens a block
+    (lambda ed: ed.set(("blk", "c"), "two\nlines"), 5),
+    (lambda ed: ed.unset("nope"), 0),
+])
+def test_refused_edits_name_the_file_and_the_entry_line(write, edit, line):
+    path = write("b.pf", "a\t1\n# a note\nb\t2\nblk &Arr{\n\tc\t3\n}\n")
+    with pytest.raises(teskpf.EditError) as raised:
+        with teskpf.edit(path) as ed:
+            edit(ed)
+    assert (raised.value.file, raised.value.line) == (path, line)
+
+
+# A file that cannot be locked or saved: IoError with the file and the system's reason.
+# Read-only counts for root too.
+@pytest.mark.parametrize("mode, reason", [(None, errno.ENOENT), (0o444, errno.EACCES)])
+def test_files_that_cannot_be_edited_raise_io_error(tmp_path, mode, reason):
+    path = str(tmp_path / "f.pf")
+    if mode is not None:
+        with open(path, "w") as f:
+            f.write("a\t1\n")
+        os.chmod(path, mode)
+    with pytest.raises(teskpf.IoError) as raised:
+        with teskpf.edit(path) as ed:
+            ed.set("a", "2")
+    assert (raised.value.file, raised.value.line, raised.value.errno) == (path, 0, reason)
 
 
 def test_unset_removes_a_block(station):

@@ -1,5 +1,6 @@
 """Loading, navigation and entries."""
 
+import errno
 from collections.abc import Mapping, Sequence
 
 import pytest
@@ -87,10 +88,26 @@ def test_typed_value_failing_its_annotation_stays_text(write):
     assert cfg.to_dict(typed=True) == {"n": "abc", "m": 12}
 
 
-def test_unreadable_input_raises_teskpf_errors(tmp_path, monkeypatch):
+# What cannot be read: the IoError names the file (as given) and the system's reason.
+@pytest.mark.parametrize("read, file", [
+    (lambda tmp: teskpf.load("absent"), "absent"),  # a name along PFPATH
+    (lambda tmp: teskpf.load(tmp / "missing.pf"), "{tmp}/missing.pf"),
+    (lambda tmp: teskpf.check("absent"), "absent"),
+    (lambda tmp: teskpf.check(str(tmp / "gone" / "x.pf")), "{tmp}/gone/x.pf"),
+])
+def test_unreadable_input_raises_io_error_with_file_and_errno(tmp_path, monkeypatch, read, file):
     monkeypatch.setenv("PFPATH", str(tmp_path))
-    with pytest.raises(teskpf.IoError):
-        teskpf.load("absent")
+    with pytest.raises(teskpf.IoError) as raised:
+        read(tmp_path)
+    assert raised.value.file == file.format(tmp=tmp_path)
+    assert raised.value.errno == errno.ENOENT
+    assert raised.value.line == 0
+    assert str(raised.value).startswith("no parameter file")  # str() is the message alone
+
+
+def test_errors_form_a_hierarchy_with_empty_defaults():
     assert issubclass(teskpf.IoError, teskpf.Error)
     assert issubclass(teskpf.EditError, teskpf.Error)
     assert issubclass(teskpf.Error, Exception)
+    made = teskpf.IoError("made in Python")
+    assert (str(made), made.file, made.line, made.errno) == ("made in Python", "", 0, 0)
