@@ -7,6 +7,7 @@
 #include "detail/ClassicAccess.h"
 #include "detail/FileSearch.h"
 #include "detail/KeyPath.h"
+#include "detail/ReadFile.h"
 #include "teskpf/error.h"
 #include "teskpf/search.h"
 
@@ -37,11 +38,7 @@ Layer readLayer(const std::string &path, const std::string &source) {
     Layer layer;
     layer.path = path;
     layer.source = source;
-    FileText text;
-    int error = 0;
-    if (!readFileText(path, text, error))
-        throw IoError("cannot read " + path + ": " + std::generic_category().message(error), path,
-                      std::error_code(error, std::generic_category()));
+    FileText text = readFileOrThrow(path);
     try {
         layer.parsed.emplace(source, std::move(text));
     } catch (const std::string &message) {
