@@ -15,6 +15,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <teskpf/export.h>
 
@@ -49,22 +50,22 @@ public:
 
     // The 0-based line of the last entry with key path `key_path` (as
     // ["a"]["b"][0]); -1 when there is none.
-    long lineOf(const std::string &key_path) const;
+    long lineOf(std::string_view key_path) const;
 
     // Replaces the value of the last entry with `key_path` (or of the entry on
     // 0-based `line`): only the value's bytes change; escapes "#" as "\#".
     // Throws EditError for a missing entry, a block opening, or a value that
     // would not read back as given (see docs/cpp-api.md, "Editing files in place").
-    void setValue(const std::string &key_path, const std::string &value);
-    void setValueAtLine(long line, const std::string &value);
+    void setValue(std::string_view key_path, std::string_view value);
+    void setValueAtLine(long line, std::string_view value);
 
     // Replaces the comment of the entry. `comment` is the text after "#" (a
     // leading "#" is optional, white space at the ends dropped). An annotation
     // on the line ("#<int> ...") is kept unless `comment` starts with one; an
     // empty comment on a line without annotation removes the comment. Throws
     // EditError for a missing entry or a line break in the comment.
-    void setComment(const std::string &key_path, const std::string &comment);
-    void setCommentAtLine(long line, const std::string &comment);
+    void setComment(std::string_view key_path, std::string_view comment);
+    void setCommentAtLine(long line, std::string_view comment);
 
     // Adds a new entry `key_path` with `value` (and `comment`, as for
     // setComment) as the last member of its block, indented like its
@@ -72,12 +73,12 @@ public:
     // A list position may only be the next one (appending). Throws EditError
     // when the key exists, a block on the way is a value or of the other
     // kind, or the value would not read back as given.
-    void add(const std::string &key_path, const std::string &value, const std::string &comment = "");
+    void add(std::string_view key_path, std::string_view value, std::string_view comment = {});
 
     // Removes the entry's line or, for a block opening, the whole block down
     // to its closing line. Later members of a list move up one position.
     // Throws EditError for a missing entry.
-    void remove(const std::string &key_path);
+    void remove(std::string_view key_path);
     void removeAtLine(long line);
 
     // Writes the content to the file it was read from (save) or to `path`,

@@ -111,9 +111,9 @@ struct Editor::State {
     // The 1-based line of entry `i`, as errors report it.
     long lineNumber(size_t i) const { return static_cast<long>(entry(i).line) + 1; }
 
-    size_t indexOfPath(const std::string &path, const std::string &what) const {
+    size_t indexOfPath(std::string_view path, const std::string &what) const {
         long found = lastWithPath(*parsed, path);
-        if (found < 0) refuse(name, what, "there is no key " + path);
+        if (found < 0) refuse(name, what, "there is no key " + std::string(path));
         return static_cast<size_t>(found);
     }
 
@@ -163,7 +163,7 @@ struct Editor::State {
         parsed = std::move(reread);
     }
 
-    void setValueAt(size_t index, const std::string &value, const std::string &what) {
+    void setValueAt(size_t index, std::string_view value, const std::string &what) {
         const FileEntry &e = entry(index);
         const long line = lineNumber(index);
         if (e.opensBlock()) refuse(name, what, "it opens a block; only plain values can be set", line);
@@ -178,13 +178,13 @@ struct Editor::State {
         }
         appendEscaped(written, value);
         std::vector<Record> expected = recordsOf(*parsed);
-        expected[index].value = value;
+        expected[index].value = std::string(value);
         const auto layout = layoutOf(*parsed);
         splice(begin, end, written, what, line,
                [&](const ParsedFile &reread) { return recordsOf(reread) == expected && layoutOf(reread) == layout; });
     }
 
-    void setCommentAt(size_t index, const std::string &comment, const std::string &what) {
+    void setCommentAt(size_t index, std::string_view comment, const std::string &what) {
         const long line = lineNumber(index);
         if (std::string problem = commentProblem(comment); !problem.empty()) refuse(name, what, problem, line);
         const FileEntry &e = entry(index);
@@ -225,12 +225,12 @@ struct Editor::State {
                [&](const ParsedFile &reread) { return recordsOf(reread) == expected; });
     }
 
-    void add(const std::string &path, const std::string &value, const std::string &comment);
+    void add(std::string_view path, std::string_view value, std::string_view comment);
     void refreshRevision();
 };
 
-void Editor::State::add(const std::string &path, const std::string &value, const std::string &comment) {
-    const std::string what = "add " + path;
+void Editor::State::add(std::string_view path, std::string_view value, std::string_view comment) {
+    const std::string what = "add " + std::string(path);
     std::vector<PathComponent> components;
     if (!splitKeyPath(path, components)) refuse(name, what, "it is not a key path such as [\"a\"][\"b\"][0]");
     if (components[0].position >= 0) refuse(name, what, "the top level holds named keys, not list positions");
@@ -388,37 +388,37 @@ const std::string &Editor::text() const { return state_->text; }
 bool Editor::changed() const { return state_->changed; }
 const std::string &Editor::name() const { return state_->name; }
 
-long Editor::lineOf(const std::string &key_path) const {
+long Editor::lineOf(std::string_view key_path) const {
     long found = lastWithPath(*state_->parsed, key_path);
     return found < 0 ? -1 : static_cast<long>(state_->entry(static_cast<size_t>(found)).line);
 }
 
-void Editor::setValue(const std::string &key_path, const std::string &value) {
-    const std::string what = "set " + key_path;
+void Editor::setValue(std::string_view key_path, std::string_view value) {
+    const std::string what = "set " + std::string(key_path);
     state_->setValueAt(state_->indexOfPath(key_path, what), value, what);
 }
 
-void Editor::setValueAtLine(long line, const std::string &value) {
+void Editor::setValueAtLine(long line, std::string_view value) {
     const std::string what = "set the value on line " + std::to_string(line + 1);
     state_->setValueAt(state_->indexOfLine(line, what), value, what);
 }
 
-void Editor::setComment(const std::string &key_path, const std::string &comment) {
-    const std::string what = "set the comment of " + key_path;
+void Editor::setComment(std::string_view key_path, std::string_view comment) {
+    const std::string what = "set the comment of " + std::string(key_path);
     state_->setCommentAt(state_->indexOfPath(key_path, what), comment, what);
 }
 
-void Editor::setCommentAtLine(long line, const std::string &comment) {
+void Editor::setCommentAtLine(long line, std::string_view comment) {
     const std::string what = "set the comment on line " + std::to_string(line + 1);
     state_->setCommentAt(state_->indexOfLine(line, what), comment, what);
 }
 
-void Editor::add(const std::string &key_path, const std::string &value, const std::string &comment) {
+void Editor::add(std::string_view key_path, std::string_view value, std::string_view comment) {
     state_->add(key_path, value, comment);
 }
 
-void Editor::remove(const std::string &key_path) {
-    const std::string what = "remove " + key_path;
+void Editor::remove(std::string_view key_path) {
+    const std::string what = "remove " + std::string(key_path);
     state_->removeAt(state_->indexOfPath(key_path, what), what);
 }
 
