@@ -93,13 +93,7 @@ extern "C" int openat(int dir, const char *name, int flags, ...) {
     return fd;
 }
 
-extern "C" int openat64(int dir, const char *name, int flags, ...) {
-    va_list rest;
-    va_start(rest, flags);
-    const int fd = save_trace::openAt(dir, name, flags, rest);
-    va_end(rest);
-    return fd;
-}
+extern "C" int openat64(int dir, const char *name, int flags, ...) __attribute__((alias("openat")));
 
 extern "C" int fchmod(int fd, mode_t mode) noexcept {
     if (save_trace::calls)

@@ -27,9 +27,8 @@ void checkLayeredKeyPaths(const Layers &layers, std::vector<Diagnostic> &out) {
         const FileEntry &entry = layer.parsed->entries()[static_cast<size_t>(crossed)];
         FileReport(layer.path, out)
             .add(Severity::Error, "unreadable", entry.line, entry.line_begin, entry.line_begin,
-                 "with the files after it on the path, key paths exceed " + std::to_string(budget) +
-                     " bytes; blocks are nested too deeply: reading the files together fails here, and the values "
-                     "are not checked; nest fewer blocks");
+                 "with the files after it on the path, " + keyPathBudgetExceeded(budget) +
+                     ": reading the files together fails here, and the values are not checked; nest fewer blocks");
         return;
     }
 }

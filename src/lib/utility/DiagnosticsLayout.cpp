@@ -153,9 +153,8 @@ bool checkKeyPaths(const ParsedFile &parsed, std::vector<uint64_t> &hashes, File
     hashes.clear();
     const FileEntry &entry = parsed.entries()[static_cast<size_t>(crossed)];
     report.add(Severity::Error, "unreadable", entry.line, entry.line_begin, entry.line_begin,
-               "key paths exceed " + std::to_string(budget) +
-                   " bytes; blocks are nested too deeply: reading the file fails here, and its keys and annotations "
-                   "are not checked; nest fewer blocks");
+               keyPathBudgetExceeded(budget) +
+                   ": reading the file fails here, and its keys and annotations are not checked; nest fewer blocks");
     return false;
 }
 

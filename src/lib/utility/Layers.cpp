@@ -129,8 +129,8 @@ std::shared_ptr<const AnnotationInEffect> AnnotationResolver::of(int index) {
         // the override replaced there.
         const int block = block_key.empty() ? -1 : lower.getEntryIndex(std::string(block_key));
         if (block < 0 || annotatedEntry(lower, block) != block) continue;
-        const std::string opening = lower.getEntry(block).get(FIELD_VALUE);
-        if (opening == "&Arr" || opening == "&Tbl") return made(lower, block, true, true);
+        if (detail::ClassicAccess::store(lower)->entryOf(static_cast<size_t>(block)).opensBlock())
+            return made(lower, block, true, true);
     }
     return none;
 }

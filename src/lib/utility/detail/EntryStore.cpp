@@ -150,8 +150,8 @@ std::vector<uint64_t> Store::pathHashes(const ParsedFile &file, size_t &key_byte
     std::vector<uint64_t> hashes;
     const int32_t crossed = keyPathHashes(file, key_bytes, budget, hashes);
     if (crossed >= 0)
-        throw file.name() + ":" + std::to_string(file.entries()[static_cast<size_t>(crossed)].line) +
-            ": key paths exceed " + std::to_string(budget) + " bytes; blocks are nested too deeply";
+        throw file.name() + ":" + std::to_string(file.entries()[static_cast<size_t>(crossed)].line) + ": " +
+            keyPathBudgetExceeded(budget);
     return hashes;
 }
 

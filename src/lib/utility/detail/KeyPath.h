@@ -95,6 +95,11 @@ inline size_t keyPathBudget(size_t file_bytes) {
     return floor + 16 * file_bytes;
 }
 
+// What reading says when key paths exceed `budget` bytes.
+inline std::string keyPathBudgetExceeded(size_t budget) {
+    return "key paths exceed " + std::to_string(budget) + " bytes; blocks are nested too deeply";
+}
+
 // The key path of the block that directly contains the entry `key`:
 // ["a"]["b"] for ["a"]["b"][0]. Empty for a top-level key (["k"]), which has
 // no enclosing block, and for text without "[".
