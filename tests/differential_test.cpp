@@ -1,8 +1,11 @@
-// The classic handle against the plain reference model of fuzz/differential.h:
-// the inputs the differential fuzzer keeps (tests/data/fuzz-regressions/
-// differential-*) and hand-written layered files whose key paths alias.
+// The classic handle and the document against the reference model of
+// tests/support/ (compared by fuzz/differential.h): the inputs the
+// differential fuzzer keeps (tests/data/fuzz-regressions/differential-*),
+// hand-written layered files whose key paths alias, and random files full of
+// odd white space, NULs, stray braces and annotations.
 #include <fstream>
 #include <iterator>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -25,8 +28,7 @@ std::string differenceFor(const std::vector<std::string> &layers) {
         path += (i ? ":" : "") + dirs.back().string();
     }
     ScopedEnv pfpath("PFPATH", path);
-    differential::writeLayers(dirs, layers);
-    return differential::compare(differential::kFileName);
+    return differential::compare(differential::kFileName, differential::writeLayers(dirs, layers));
 }
 
 }  // namespace
@@ -67,6 +69,77 @@ TEST(Differential, LayeredFilesAgreeWithTheReference) {
     for (const auto &layers : cases) {
         SCOPED_TRACE(layers.back());
         EXPECT_EQ(differenceFor(layers), "");
+    }
+}
+
+namespace {
+
+// Random files: lines of a few pieces, keys and values separated by blanks,
+// tabs or other white space (carriage returns, form feeds, vertical tabs),
+// block openings with and without text after the brace, closing lines with
+// text after them (also at the top level), list members, annotations well and
+// badly formed, escapes, NULs, and line ends of "\n", "\r\n", a lone "\r" or
+// none.
+std::string randomFile(std::mt19937 &random) {
+    const std::vector<std::string> keys = {"a", "b", "c", "pf_revision_time", "k[1", "a\"][\"b", "x\\#y", "&Arr{", ""};
+    const std::vector<std::string> values = {"1",     "x y",     "&Arr{", "&Tbl{",  "&Arr{ junk", "&Tbl{}", "&Arr",
+                                             "v\\#1", "a\\\\#b", "}",     "-2.5e3", "{",          ""};
+    const std::vector<std::string> comments = {
+        "",      "#",           "# note",  "#<int>",  "#<int> words", "#<str>(a b) pick", "#<int> <float>",
+        "#<int", "#<str><int>", "# <int>", "#<int>x", "#\t<float>\r"};
+    const std::vector<std::string> spaces = {" ",   "\t",  "\r",   "\f", "\v",
+                                             "\r ", " \r", "\t\v", "  ", std::string(1, '\0')};
+    const std::vector<std::string> ends = {"\n", "\n", "\n", "\r\n", "\r", ""};
+    const auto pick = [&](const std::vector<std::string> &from) {
+        return from[std::uniform_int_distribution<size_t>(0, from.size() - 1)(random)];
+    };
+    std::string text;
+    const int lines = std::uniform_int_distribution<int>(0, 10)(random);
+    for (int line = 0; line < lines; ++line) {
+        if (random() % 3 == 0) text += pick(spaces);  // indentation
+        switch (random() % 8) {
+        case 0: text += "}" + (random() % 2 ? pick(spaces) + pick(keys) : std::string()); break;
+        case 1: text += pick(values); break;  // a list member, or a key-less line
+        case 2: break;                        // blank or comment-only
+        default: text += pick(keys) + pick(spaces) + pick(values) + (random() % 4 ? "" : pick(spaces) + pick(values));
+        }
+        if (random() % 2) text += pick(spaces) + pick(comments);
+        if (random() % 3 == 0) text += pick(spaces);
+        text += pick(ends);
+    }
+    return text;
+}
+
+// The text with its control characters shown as C escapes, a line per line.
+std::string printable(const std::string &text) {
+    std::string out;
+    for (char c : text) {
+        switch (c) {
+        case '\n': out += "\\n\n"; break;
+        case '\r': out += "\\r"; break;
+        case '\t': out += "\\t"; break;
+        case '\v': out += "\\v"; break;
+        case '\f': out += "\\f"; break;
+        case '\0': out += "\\0"; break;
+        default: out += c;
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+TEST(Differential, RandomFilesAgreeWithTheReference) {
+    std::mt19937 random(20240611);
+    for (int round = 0; round < 1500; ++round) {
+        std::vector<std::string> layers(1 + random() % differential::kMaxLayers);
+        for (std::string &layer : layers) layer = randomFile(random);
+        const std::string difference = differenceFor(layers);
+        if (!difference.empty()) {
+            std::string shown;
+            for (const std::string &layer : layers) shown += "--- layer ---\n" + printable(layer) + "\n";
+            FAIL() << "round " << round << ": " << difference << "\n" << shown;
+        }
     }
 }
 
