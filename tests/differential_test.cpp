@@ -16,25 +16,38 @@ using namespace test_support;
 
 namespace {
 
-// Writes the layers into a search path of kMaxLayers directories and returns
-// the difference the comparison finds.
-std::string differenceFor(const std::vector<std::string> &layers) {
-    TempDir dir;
-    std::vector<std::filesystem::path> dirs;
-    std::string path;
-    for (size_t i = 0; i < differential::kMaxLayers; ++i) {
-        dirs.push_back(std::filesystem::path(dir.path()) / ("layer" + std::to_string(i)));
-        std::filesystem::create_directories(dirs.back());
-        path += (i ? ":" : "") + dirs.back().string();
+// A search path of kMaxLayers directories, set while the object lives.
+class SearchPath {
+public:
+    SearchPath() : pfpath_("PFPATH", makeDirectories()) {}
+
+    // Writes the layers into the directories and returns the difference the
+    // comparison finds.
+    std::string differenceFor(const std::vector<std::string> &layers) const {
+        return differential::compare(differential::kFileName, differential::writeLayers(dirs_, layers));
     }
-    ScopedEnv pfpath("PFPATH", path);
-    return differential::compare(differential::kFileName, differential::writeLayers(dirs, layers));
-}
+
+private:
+    std::string makeDirectories() {
+        std::string path;
+        for (size_t i = 0; i < differential::kMaxLayers; ++i) {
+            dirs_.push_back(std::filesystem::path(dir_.path()) / ("layer" + std::to_string(i)));
+            std::filesystem::create_directories(dirs_.back());
+            path += (i ? ":" : "") + dirs_.back().string();
+        }
+        return path;
+    }
+
+    TempDir dir_;
+    std::vector<std::filesystem::path> dirs_;
+    ScopedEnv pfpath_;
+};
 
 }  // namespace
 
 TEST(Differential, FuzzRegressionsAgreeWithTheReference) {
     const std::filesystem::path regressions = std::string(TESKPF_TEST_DATA_DIR) + "/fuzz-regressions";
+    const SearchPath search;
     int replayed = 0;
     for (const auto &file : std::filesystem::directory_iterator(regressions)) {
         if (file.path().filename().string().rfind("differential-", 0) != 0) continue;
@@ -42,9 +55,9 @@ TEST(Differential, FuzzRegressionsAgreeWithTheReference) {
         std::ifstream in(file.path(), std::ios::binary);
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         ++replayed;
-        EXPECT_EQ(
-            differenceFor(differential::decodeLayers(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size())),
-            "");
+        EXPECT_EQ(search.differenceFor(
+                      differential::decodeLayers(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size())),
+                  "");
     }
     EXPECT_GT(replayed, 0);
 }
@@ -66,9 +79,10 @@ TEST(Differential, LayeredFilesAgreeWithTheReference) {
         // Revision entries and empty files on the path.
         {"", "pf_revision_time 1\nr 2\n", ""},
     };
+    const SearchPath search;
     for (const auto &layers : cases) {
         SCOPED_TRACE(layers.back());
-        EXPECT_EQ(differenceFor(layers), "");
+        EXPECT_EQ(search.differenceFor(layers), "");
     }
 }
 
@@ -130,11 +144,12 @@ std::string printable(const std::string &text) {
 }  // namespace
 
 TEST(Differential, RandomFilesAgreeWithTheReference) {
+    const SearchPath search;
     std::mt19937 random(20240611);
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < 3000; ++round) {
         std::vector<std::string> layers(1 + random() % differential::kMaxLayers);
         for (std::string &layer : layers) layer = randomFile(random);
-        const std::string difference = differenceFor(layers);
+        const std::string difference = search.differenceFor(layers);
         if (!difference.empty()) {
             std::string shown;
             for (const std::string &layer : layers) shown += "--- layer ---\n" + printable(layer) + "\n";
