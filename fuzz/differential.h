@@ -85,10 +85,9 @@ struct Reference {
     const Table<TeskPf_Constraint> *table(int i) const {
         std::string text = list[static_cast<size_t>(i)][reference::kConstraints];
         if (text.empty()) {
-            const std::string &key = list[static_cast<size_t>(i)][reference::kKey];
-            const size_t bracket = key.rfind('[');
-            if (bracket == std::string::npos || bracket == 0) return nullptr;
-            int parent = find(key.substr(0, bracket));
+            const std::string enclosing = reference::enclosingKey(list[static_cast<size_t>(i)][reference::kKey]);
+            if (enclosing.empty()) return nullptr;
+            int parent = find(enclosing);
             if (parent < 0) return nullptr;
             text = list[static_cast<size_t>(parent)][reference::kConstraints];
         }
@@ -116,8 +115,7 @@ inline std::vector<std::string> queriesOf(const EntryList &list) {
     for (const Entry &entry : list) {
         const std::string &key = entry[reference::kKey];
         queries.push_back(key);
-        const size_t bracket = key.rfind('[');
-        queries.push_back(bracket == std::string::npos ? std::string() : key.substr(0, bracket));
+        queries.push_back(reference::enclosingKey(key));
         queries.push_back(key + "[0]");
         if (!key.empty()) queries.push_back(key.substr(0, key.size() - 1));
     }

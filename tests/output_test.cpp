@@ -103,6 +103,11 @@ TEST(KeyConversion, KeyAsWrittenBraceNotationAndComponents) {
         for (const std::string &part : TeskPf::key2Table(key)) parts += part + ";";
         EXPECT_EQ(TeskPf::key2Pfkey(key) + " " + TeskPf::key2Perl(key) + " " + parts,
                   std::string(written) + " " + perl + " " + components)
+            << key;  // The reference model of the differential tests converts alike.
+        std::string model_parts;
+        for (const std::string &part : reference::key2Table(key)) model_parts += part + ";";
+        EXPECT_EQ(reference::key2Pfkey(key) + " " + reference::key2Perl(key) + " " + model_parts,
+                  std::string(written) + " " + perl + " " + components)
             << key;
     }
 }

@@ -73,6 +73,10 @@ private:
     std::map<std::string, int> last_;
 };
 
+// The key path of the block holding the entry `key`: the key up to its last
+// "[" ("" for a top-level key or text without "[").
+std::string enclosingKey(const std::string &key);
+
 // The key as written on its line: the name after the last "[\"", or "".
 std::string key2Pfkey(const std::string &key);
 

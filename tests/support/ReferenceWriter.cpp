@@ -5,6 +5,11 @@
 
 namespace reference {
 
+std::string enclosingKey(const std::string &key) {
+    const size_t bracket = key.rfind('[');
+    return bracket == std::string::npos ? std::string() : key.substr(0, bracket);
+}
+
 std::string key2Pfkey(const std::string &key) {
     const size_t bracket = key.rfind('[');
     if (bracket == std::string::npos || bracket + 1 >= key.size() || key[bracket + 1] != '"') return "";
