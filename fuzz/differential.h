@@ -1,6 +1,6 @@
 // Differential check of the classic handle and of teskpf::Document against
 // the reference model of tests/support/Reference.h, which shares no reading,
-// merging or writing code with the library. All read the same layered files;
+// merging, checking or writing code with the library. All read the same layered files;
 // every query must answer alike.
 #pragma once
 
@@ -18,8 +18,6 @@
 #include <teskpf/error.h>
 
 #include "TeskPf.h"
-#include "detail/ConstraintParser.h"
-#include "detail/ValueCheck.h"
 #include "support/Reference.h"
 
 namespace differential {
@@ -62,27 +60,26 @@ inline std::vector<std::string> writeLayers(const std::vector<std::filesystem::p
     return files;
 }
 
-// The reference model's entries of the files, and the verdicts on their
-// values. Reading, merging, lookup and writing are the model's own; only the
-// annotation texts are parsed and the value fields checked with the library's
-// constraint code, which these comparisons do not test.
+// The reference model's reading of the files: the entries, their lookup and
+// the annotation texts that parse, by text.
 struct Reference {
     reference::Annotations annotations;
     EntryList list;
     reference::Lookup lookup;
-    std::map<std::string, Table<TeskPf_Constraint>> tables;  // the annotations read that parse
+    std::map<std::string, reference::Constraints> tables;
 
     explicit Reference(const std::vector<std::string> &files)
         : list(reference::load(files, annotations)), lookup(list) {
-        for (const std::string &text : annotations)
-            if (std::optional<Table<TeskPf_Constraint>> table = teskpf::parseConstraintText(text))
-                tables.emplace(text, std::move(*table));
+        for (const std::string &text : annotations) {
+            reference::Constraints constraints;
+            if (reference::parseConstraints(text, constraints)) tables.emplace(text, std::move(constraints));
+        }
     }
 
     int find(const std::string &key) const { return lookup.find(key); }
 
     // The constraints in effect for entry i: its own, else its enclosing block's.
-    const Table<TeskPf_Constraint> *table(int i) const {
+    const reference::Constraints *table(int i) const {
         std::string text = list[static_cast<size_t>(i)][reference::kConstraints];
         if (text.empty()) {
             const std::string enclosing = reference::enclosingKey(list[static_cast<size_t>(i)][reference::kKey]);
@@ -95,16 +92,13 @@ struct Reference {
         return found == tables.end() ? nullptr : &found->second;
     }
 
+    // The verdict on `value` as entry i's, and the types of its constraints.
     bool check(int i, const std::string &value, Table<int> &types) const {
-        const Table<TeskPf_Constraint> *constraints = table(i);
+        const reference::Constraints *constraints = table(i);
         types.clear();
-        if (!constraints || constraints->empty()) return true;
-        for (const TeskPf_Constraint &c : *constraints) types.push_back(c.type);
-        Table<std::string> fields = teskpf::splitFields(value);
-        if (fields.size() != constraints->size()) return false;
-        for (size_t f = 0; f < fields.size(); ++f)
-            if (!teskpf::fieldSatisfies(fields[f], (*constraints)[f])) return false;
-        return true;
+        if (!constraints) return true;
+        for (const reference::Constraint &c : *constraints) types.push_back(c.type);
+        return reference::satisfies(value, *constraints);
     }
 };
 

@@ -62,6 +62,17 @@ TEST(ConstraintParser, ParsesAndRegistersAnnotationTexts) {
     for (const auto &[text, table] : cases) {
         const std::optional<Table<TeskPf_Constraint>> parsed = teskpf::parseConstraintText(text);
         EXPECT_EQ(parsed ? render(*parsed) : "(none)", table ? table : "(none)") << text;
+        // The reference model of the differential tests reads them alike.
+        reference::Constraints model;
+        Table<TeskPf_Constraint> rendered;
+        const bool ok = reference::parseConstraints(text, model);
+        for (const reference::Constraint &c : model) {
+            TeskPf_Constraint record;
+            record.type = c.type;
+            for (const std::string &word : c.words) record.string_enum.push_back(word);
+            rendered.push_back(record);
+        }
+        EXPECT_EQ(ok ? render(rendered) : "(none)", table ? table : "(none)") << "reference model: " << text;
     }
 }
 

@@ -1,9 +1,9 @@
 // The reference model the differential tests and the differential fuzzer hold
 // the library against. It is written straight from the format's classic rules
 // and shares no code with the library beyond the header-only containers: its
-// own trimming, line lexer, block parser, merge, lookup, text generator and
-// key path conversions. It is meant to be plainly right, not fast; it serves
-// small inputs.
+// own trimming, line lexer, block parser, merge, lookup, annotation parser,
+// value checks, text generator and key path conversions. It is meant to be
+// plainly right, not fast; it serves small inputs.
 #pragma once
 
 #include <map>
@@ -72,6 +72,21 @@ public:
 private:
     std::map<std::string, int> last_;
 };
+
+// One annotation: its type code (str 0, int 1, float 2, color 3, font 4,
+// regex 5) and, for str, the words its list permits.
+struct Constraint {
+    int type = 0;
+    std::vector<std::string> words;
+};
+using Constraints = std::vector<Constraint>;
+
+// The annotations of a constraint text; false when it is malformed.
+bool parseConstraints(const std::string &text, Constraints &out);
+
+// Whether `value`, split into fields at blanks and tabs, satisfies
+// `constraints` field by field (always when there are none).
+bool satisfies(const std::string &value, const Constraints &constraints);
 
 // The key path of the block holding the entry `key`: the key up to its last
 // "[" ("" for a top-level key or text without "[").
