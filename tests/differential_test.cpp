@@ -146,7 +146,7 @@ std::string printable(const std::string &text) {
 TEST(Differential, RandomFilesAgreeWithTheReference) {
     const SearchPath search;
     std::mt19937 random(20240611);
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 1500; ++round) {
         std::vector<std::string> layers(1 + random() % differential::kMaxLayers);
         for (std::string &layer : layers) layer = randomFile(random);
         const std::string difference = search.differenceFor(layers);
