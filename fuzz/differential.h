@@ -1,14 +1,14 @@
-// Differential check of the classic handle and of teskpf::Document, both on
-// the library's store, against a plain reference model: the six-text entry
-// records of every file (entryRecords), merged by their key path texts
-// (mergeEntryLists) and looked up by text (KeyIndex). All read the same
-// layered files; every query must answer alike.
+// Differential check of the classic handle and of teskpf::Document against
+// the reference model of tests/support/Reference.h, which shares no reading,
+// merging, checking or writing code with the library. All read the same layered files;
+// every query must answer alike.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,13 +18,7 @@
 #include <teskpf/error.h>
 
 #include "TeskPf.h"
-#include "detail/FileSearch.h"
-#include "detail/KeyPath.h"
-#include "detail/ParsedFile.h"
-#include "detail/ValueCheck.h"
-#include "support/EntryRecords.h"
-#include "support/KeyIndex.h"
-#include "support/Merge.h"
+#include "support/Reference.h"
 
 namespace differential {
 
@@ -48,8 +42,11 @@ inline std::vector<std::string> decodeLayers(const uint8_t *data, size_t size) {
 }
 
 // Writes layer i to DIR_i/kFileName (DIRS are the search path, in order) and
-// removes the file from the directories beyond the layers.
-inline void writeLayers(const std::vector<std::filesystem::path> &dirs, const std::vector<std::string> &layers) {
+// removes the file from the directories beyond the layers. Returns the files
+// written, in search-path order.
+inline std::vector<std::string> writeLayers(const std::vector<std::filesystem::path> &dirs,
+                                            const std::vector<std::string> &layers) {
+    std::vector<std::string> files;
     for (size_t i = 0; i < dirs.size(); ++i) {
         const std::filesystem::path file = dirs[i] / kFileName;
         std::error_code ignored;
@@ -58,57 +55,50 @@ inline void writeLayers(const std::vector<std::filesystem::path> &dirs, const st
             continue;
         }
         std::ofstream(file, std::ios::binary | std::ios::trunc) << layers[i];
+        files.push_back(file.string());
     }
+    return files;
 }
 
-// The reference: the classic records, merged and looked up by text.
+// The reference model's reading of the files: the entries, their lookup and
+// the annotation texts that parse, by text.
 struct Reference {
+    reference::Annotations annotations;
     EntryList list;
-    teskpf::ConstraintTables tables;
-    KeyIndex index;
+    reference::Lookup lookup;
+    std::map<std::string, reference::Constraints> tables;
 
-    explicit Reference(const std::string &name) {
-        std::vector<std::string> files = teskpf::findParameterFiles(name);
-        bool first = true;
-        for (auto file = files.rbegin(); file != files.rend(); ++file) {
-            teskpf::FileText text;
-            int error = 0;
-            teskpf::readFileText(*file, text, error);
-            EntryList entries = teskpf::entryRecords(teskpf::ParsedFile(*file, std::move(text)), first, tables);
-            if (list.empty())
-                list = std::move(entries);
-            else if (!entries.empty())
-                list = teskpf::mergeEntryLists(list, entries);
-            first = false;
+    explicit Reference(const std::vector<std::string> &files)
+        : list(reference::load(files, annotations)), lookup(list) {
+        for (const std::string &text : annotations) {
+            reference::Constraints constraints;
+            if (reference::parseConstraints(text, constraints)) tables.emplace(text, std::move(constraints));
         }
-        index.build(list);
     }
 
-    int find(const std::string &key) const { return index.find(list, key); }
+    int find(const std::string &key) const { return lookup.find(key); }
 
-    const Table<TeskPf_Constraint> *table(int i) const {
-        std::string text = list[static_cast<size_t>(i)][FIELD_CONSTRAINTS];
+    // The constraints in effect for entry i: its own, else its enclosing block's.
+    const reference::Constraints *table(int i) const {
+        std::string text = list[static_cast<size_t>(i)][reference::kConstraints];
         if (text.empty()) {
-            std::string_view enclosing = teskpf::enclosingKey(list[static_cast<size_t>(i)][FIELD_KEY]);
+            const std::string enclosing = reference::enclosingKey(list[static_cast<size_t>(i)][reference::kKey]);
             if (enclosing.empty()) return nullptr;
-            int parent = find(std::string(enclosing));
+            int parent = find(enclosing);
             if (parent < 0) return nullptr;
-            text = list[static_cast<size_t>(parent)][FIELD_CONSTRAINTS];
+            text = list[static_cast<size_t>(parent)][reference::kConstraints];
         }
         auto found = tables.find(text);
         return found == tables.end() ? nullptr : &found->second;
     }
 
+    // The verdict on `value` as entry i's, and the types of its constraints.
     bool check(int i, const std::string &value, Table<int> &types) const {
-        const Table<TeskPf_Constraint> *constraints = table(i);
+        const reference::Constraints *constraints = table(i);
         types.clear();
-        if (!constraints || constraints->empty()) return true;
-        for (const TeskPf_Constraint &c : *constraints) types.push_back(c.type);
-        Table<std::string> fields = teskpf::splitFields(value);
-        if (fields.size() != constraints->size()) return false;
-        for (size_t f = 0; f < fields.size(); ++f)
-            if (!teskpf::fieldSatisfies(fields[f], (*constraints)[f])) return false;
-        return true;
+        if (!constraints) return true;
+        for (const reference::Constraint &c : *constraints) types.push_back(c.type);
+        return reference::satisfies(value, *constraints);
     }
 };
 
@@ -117,9 +107,9 @@ struct Reference {
 inline std::vector<std::string> queriesOf(const EntryList &list) {
     std::vector<std::string> queries{"", "[", "[\"", "[0]"};
     for (const Entry &entry : list) {
-        const std::string &key = entry[FIELD_KEY];
+        const std::string &key = entry[reference::kKey];
         queries.push_back(key);
-        queries.emplace_back(teskpf::enclosingKey(key));
+        queries.push_back(reference::enclosingKey(key));
         queries.push_back(key + "[0]");
         if (!key.empty()) queries.push_back(key.substr(0, key.size() - 1));
     }
@@ -153,19 +143,20 @@ inline std::string compareDocument(const std::string &name, const Reference &ref
         if (!node) continue;
         const Entry &entry = list[static_cast<size_t>(found)];
         const teskpf::Source source = node.source();
-        if (node.key_path() != entry[FIELD_KEY] || node.text() != entry[FIELD_VALUE] ||
-            node.comment() != entry[FIELD_COMMENT] || node.annotation() != entry[FIELD_CONSTRAINTS] ||
-            node.name() != teskpf::writtenKey(entry[FIELD_KEY]) || std::to_string(node.level()) != entry[FIELD_LEVEL] ||
-            source.file + ":" + std::to_string(source.line - 1) != entry[FIELD_SOURCE])
+        if (node.key_path() != entry[reference::kKey] || node.text() != entry[reference::kValue] ||
+            node.comment() != entry[reference::kComment] || node.annotation() != entry[reference::kConstraints] ||
+            node.name() != reference::key2Pfkey(entry[reference::kKey]) ||
+            std::to_string(node.level()) != entry[reference::kLevel] ||
+            source.file + ":" + std::to_string(source.line - 1) != entry[reference::kSource])
             return "a node's field differs for " + query;
     }
-    if (withoutRevisionTime(document->to_string()) != withoutRevisionTime(teskpf::generateText(list)))
+    if (withoutRevisionTime(document->to_string()) != withoutRevisionTime(reference::generate(list, 0)))
         return "Document::to_string differs";
 
     // The last value set to a text that reads back (escapes and all).
     const std::string value = "v\\#1 x";
     for (size_t i = list.size(); i-- > 0;) {
-        const std::string &key = list[i][FIELD_KEY];
+        const std::string &key = list[i][reference::kKey];
         const teskpf::Node node = document->find(key);
         if (key.empty() || !node.is_value()) continue;
         try {
@@ -174,13 +165,20 @@ inline std::string compareDocument(const std::string &name, const Reference &ref
             return "Document::set refused " + key + ": " + error.what();
         }
         EntryList edited = list;
-        edited[static_cast<size_t>(reference.find(key))][FIELD_VALUE] = value;
+        edited[static_cast<size_t>(reference.find(key))][reference::kValue] = value;
         if (node.text() != value ||
-            withoutRevisionTime(document->to_string()) != withoutRevisionTime(teskpf::generateText(edited)))
+            withoutRevisionTime(document->to_string()) != withoutRevisionTime(reference::generate(edited, 0)))
             return "Document::set differs for " + key;
         break;
     }
     return "";
+}
+
+// An entry record as one text, its fields joined by "|".
+inline std::string shown(const Entry &entry) {
+    std::string text;
+    for (size_t i = 0; i < entry.size(); ++i) text += (i ? "|" : "") + entry[i];
+    return text;
 }
 
 // TeskPf's destructor is not virtual; a final class lets it be owned safely.
@@ -189,8 +187,9 @@ struct Handle final : TeskPf {
 };
 
 // "" when the handle and the reference agree on everything asked, else what
-// differs first.
-inline std::string compare(const std::string &name) {
+// differs first. `files` are the files the search path finds for `name`, in
+// its order.
+inline std::string compare(const std::string &name, const std::vector<std::string> &files) {
     std::string handle_error, reference_error;
     std::optional<Handle> handle;
     std::unique_ptr<Reference> reference;
@@ -200,7 +199,7 @@ inline std::string compare(const std::string &name) {
         handle_error = message;
     }
     try {
-        reference = std::make_unique<Reference>(name);
+        reference = std::make_unique<Reference>(files);
     } catch (const std::string &message) {
         reference_error = message;
     }
@@ -210,30 +209,43 @@ inline std::string compare(const std::string &name) {
 
     const EntryList &list = reference->list;
     if (handle->size() != static_cast<int>(list.size())) return "sizes differ";
-    if (handle->getList() != list) return "getList differs";
+    const EntryList read = handle->getList();
+    for (size_t i = 0; i < read.size(); ++i)
+        if (read[i] != list[i])
+            return "getList differs at entry " + std::to_string(i) + ": " + shown(read[i]) + " vs " + shown(list[i]);
     for (int i = 0; i < handle->size(); ++i) {
         const Entry &entry = list[static_cast<size_t>(i)];
         const std::string at = " at entry " + std::to_string(i);
         if (handle->getEntry(i) != entry) return "getEntry differs" + at;
-        if (handle->getKey(i) != entry[FIELD_KEY] || handle->getComment(i) != entry[FIELD_COMMENT] ||
-            handle->getSource(i) != entry[FIELD_SOURCE])
+        if (handle->getKey(i) != entry[reference::kKey] || handle->getComment(i) != entry[reference::kComment] ||
+            handle->getSource(i) != entry[reference::kSource])
             return "a field differs" + at;
         bool ok = false;
         Table<int> types, expected_types;
         const std::string value = handle->getValue(i, &ok, &types);
-        if (value != entry[FIELD_VALUE]) return "getValue differs" + at;
+        if (value != entry[reference::kValue]) return "getValue differs" + at;
+        if (TeskPf::escapeValue(value) != reference::escapeValue(value) ||
+            TeskPf::unescapeValue(entry[reference::kComment]) != reference::unescapeValue(entry[reference::kComment]))
+            return "escaping differs" + at;
         if (ok != reference->check(i, value, expected_types) || types != expected_types) return "verdict differs" + at;
         std::string other = "1 x";
         if (handle->checkValue(i, &other, nullptr) != reference->check(i, other, expected_types))
             return "checkValue of another value differs" + at;
         bool parsed = false;
-        if (handle->getConstraints(i, &parsed) != entry[FIELD_CONSTRAINTS] ||
-            parsed != reference->tables.contains(entry[FIELD_CONSTRAINTS]))
+        if (handle->getConstraints(i, &parsed) != entry[reference::kConstraints] ||
+            parsed != (reference->tables.count(entry[reference::kConstraints]) > 0))
             return "getConstraints differs" + at;
     }
-    for (const std::string &query : queriesOf(list))
+    for (const std::string &query : queriesOf(list)) {
         if (handle->getEntryIndex(query) != reference->find(query)) return "getEntryIndex differs for " + query;
-    if (withoutRevisionTime(handle->getPfString()) != withoutRevisionTime(teskpf::generateText(list)))
+        if (TeskPf::key2Pfkey(query) != reference::key2Pfkey(query) ||
+            TeskPf::key2Perl(query) != reference::key2Perl(query))
+            return "a key conversion differs for " + query;
+        const Table<std::string> components = TeskPf::key2Table(query);
+        if (std::vector<std::string>(components.begin(), components.end()) != reference::key2Table(query))
+            return "key2Table differs for " + query;
+    }
+    if (withoutRevisionTime(handle->getPfString()) != withoutRevisionTime(reference::generate(list, 0)))
         return "getPfString differs";
 
     // Edits: a copy edits on its own, and both write what the reference writes.
@@ -244,11 +256,11 @@ inline std::string compare(const std::string &name) {
         copy.setComment(0, "# edited");
         if (handle->getEntry(last) != list[static_cast<size_t>(last)]) return "editing a copy changed the original";
         EntryList edited = list;
-        if (edited[static_cast<size_t>(last)][FIELD_VALUE] != "v#1\tx")
-            edited[static_cast<size_t>(last)][FIELD_VALUE] = "v#1\tx";
-        edited[0][FIELD_COMMENT] = "# edited";
+        if (edited[static_cast<size_t>(last)][reference::kValue] != "v#1\tx")
+            edited[static_cast<size_t>(last)][reference::kValue] = "v#1\tx";
+        edited[0][reference::kComment] = "# edited";
         if (copy.getList() != edited) return "edited entries differ";
-        if (withoutRevisionTime(copy.getPfString()) != withoutRevisionTime(teskpf::generateText(edited)))
+        if (withoutRevisionTime(copy.getPfString()) != withoutRevisionTime(reference::generate(edited, 0)))
             return "edited text differs";
     }
     return compareDocument(name, *reference);

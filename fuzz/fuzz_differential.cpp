@@ -1,6 +1,6 @@
 // Differential fuzzing: random files on a random search path of up to three
-// directories, read by the classic handle and by the plain reference model of
-// differential.h; any answer that differs aborts.
+// directories, read by the classic handle and the document and by the
+// reference model of tests/support/; any answer that differs aborts.
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -35,8 +35,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::vector<std::string> layers = differential::decodeLayers(data, size);
     if (layers.empty()) return 0;
-    differential::writeLayers(searchDirs(), layers);
-    std::string difference = differential::compare(differential::kFileName);
+    const std::vector<std::string> files = differential::writeLayers(searchDirs(), layers);
+    std::string difference = differential::compare(differential::kFileName, files);
     if (!difference.empty()) {
         std::fprintf(stderr, "fuzz_differential: %s\n", difference.c_str());
         std::abort();

@@ -3,6 +3,7 @@
 // edits with the value-change callback of derived classes.
 #include <gtest/gtest.h>
 
+#include "support/Reference.h"
 #include "test_support.h"
 
 using namespace test_support;
@@ -48,8 +49,15 @@ TEST_F(ValueCheck, ProposedValuesAgainstEachType) {
         {"[\"pair\"]", false, {"x 2.5", "3", "3 2.5 1"}},
         {"[\"plain\"]", true, {"anything at all", ""}},
     };
-    for (const auto &[key, passes, values] : cases)
-        for (const char *value : values) EXPECT_EQ(check(key, value), passes) << key << " <- " << value;
+    for (const auto &[key, passes, values] : cases) {
+        // The reference model of the differential tests judges alike.
+        reference::Constraints model;
+        reference::parseConstraints(pf.getConstraints(key, nullptr), model);
+        for (const char *value : values) {
+            EXPECT_EQ(check(key, value), passes) << key << " <- " << value;
+            EXPECT_EQ(reference::satisfies(value, model), passes) << "reference model: " << key << " <- " << value;
+        }
+    }
 }
 
 // Per entry: the type codes reported, the verdicts of checkValue and

@@ -1,8 +1,11 @@
-// The classic handle against the plain reference model of fuzz/differential.h:
-// the inputs the differential fuzzer keeps (tests/data/fuzz-regressions/
-// differential-*) and hand-written layered files whose key paths alias.
+// The classic handle and the document against the reference model of
+// tests/support/ (compared by fuzz/differential.h): the inputs the
+// differential fuzzer keeps (tests/data/fuzz-regressions/differential-*),
+// hand-written layered files whose key paths alias, and random files full of
+// odd white space, NULs, stray braces and annotations.
 #include <fstream>
 #include <iterator>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -13,26 +16,38 @@ using namespace test_support;
 
 namespace {
 
-// Writes the layers into a search path of kMaxLayers directories and returns
-// the difference the comparison finds.
-std::string differenceFor(const std::vector<std::string> &layers) {
-    TempDir dir;
-    std::vector<std::filesystem::path> dirs;
-    std::string path;
-    for (size_t i = 0; i < differential::kMaxLayers; ++i) {
-        dirs.push_back(std::filesystem::path(dir.path()) / ("layer" + std::to_string(i)));
-        std::filesystem::create_directories(dirs.back());
-        path += (i ? ":" : "") + dirs.back().string();
+// A search path of kMaxLayers directories, set while the object lives.
+class SearchPath {
+public:
+    SearchPath() : pfpath_("PFPATH", makeDirectories()) {}
+
+    // Writes the layers into the directories and returns the difference the
+    // comparison finds.
+    std::string differenceFor(const std::vector<std::string> &layers) const {
+        return differential::compare(differential::kFileName, differential::writeLayers(dirs_, layers));
     }
-    ScopedEnv pfpath("PFPATH", path);
-    differential::writeLayers(dirs, layers);
-    return differential::compare(differential::kFileName);
-}
+
+private:
+    std::string makeDirectories() {
+        std::string path;
+        for (size_t i = 0; i < differential::kMaxLayers; ++i) {
+            dirs_.push_back(std::filesystem::path(dir_.path()) / ("layer" + std::to_string(i)));
+            std::filesystem::create_directories(dirs_.back());
+            path += (i ? ":" : "") + dirs_.back().string();
+        }
+        return path;
+    }
+
+    TempDir dir_;
+    std::vector<std::filesystem::path> dirs_;
+    ScopedEnv pfpath_;
+};
 
 }  // namespace
 
 TEST(Differential, FuzzRegressionsAgreeWithTheReference) {
     const std::filesystem::path regressions = std::string(TESKPF_TEST_DATA_DIR) + "/fuzz-regressions";
+    const SearchPath search;
     int replayed = 0;
     for (const auto &file : std::filesystem::directory_iterator(regressions)) {
         if (file.path().filename().string().rfind("differential-", 0) != 0) continue;
@@ -40,9 +55,9 @@ TEST(Differential, FuzzRegressionsAgreeWithTheReference) {
         std::ifstream in(file.path(), std::ios::binary);
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         ++replayed;
-        EXPECT_EQ(
-            differenceFor(differential::decodeLayers(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size())),
-            "");
+        EXPECT_EQ(search.differenceFor(
+                      differential::decodeLayers(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size())),
+                  "");
     }
     EXPECT_GT(replayed, 0);
 }
@@ -64,9 +79,82 @@ TEST(Differential, LayeredFilesAgreeWithTheReference) {
         // Revision entries and empty files on the path.
         {"", "pf_revision_time 1\nr 2\n", ""},
     };
+    const SearchPath search;
     for (const auto &layers : cases) {
         SCOPED_TRACE(layers.back());
-        EXPECT_EQ(differenceFor(layers), "");
+        EXPECT_EQ(search.differenceFor(layers), "");
+    }
+}
+
+namespace {
+
+// Random files: lines of a few pieces, keys and values separated by blanks,
+// tabs or other white space (carriage returns, form feeds, vertical tabs),
+// block openings with and without text after the brace, closing lines with
+// text after them (also at the top level), list members, annotations well and
+// badly formed, escapes, NULs, and line ends of "\n", "\r\n", a lone "\r" or
+// none.
+std::string randomFile(std::mt19937 &random) {
+    const std::vector<std::string> keys = {"a", "b", "c", "pf_revision_time", "k[1", "a\"][\"b", "x\\#y", "&Arr{", ""};
+    const std::vector<std::string> values = {"1",     "x y",     "&Arr{", "&Tbl{",  "&Arr{ junk", "&Tbl{}", "&Arr",
+                                             "v\\#1", "a\\\\#b", "}",     "-2.5e3", "{",          ""};
+    const std::vector<std::string> comments = {
+        "",      "#",           "# note",  "#<int>",  "#<int> words", "#<str>(a b) pick", "#<int> <float>",
+        "#<int", "#<str><int>", "# <int>", "#<int>x", "#\t<float>\r"};
+    const std::vector<std::string> spaces = {" ",   "\t",  "\r",   "\f", "\v",
+                                             "\r ", " \r", "\t\v", "  ", std::string(1, '\0')};
+    const std::vector<std::string> ends = {"\n", "\n", "\n", "\r\n", "\r", ""};
+    const auto pick = [&](const std::vector<std::string> &from) {
+        return from[std::uniform_int_distribution<size_t>(0, from.size() - 1)(random)];
+    };
+    std::string text;
+    const int lines = std::uniform_int_distribution<int>(0, 10)(random);
+    for (int line = 0; line < lines; ++line) {
+        if (random() % 3 == 0) text += pick(spaces);  // indentation
+        switch (random() % 8) {
+        case 0: text += "}" + (random() % 2 ? pick(spaces) + pick(keys) : std::string()); break;
+        case 1: text += pick(values); break;  // a list member, or a key-less line
+        case 2: break;                        // blank or comment-only
+        default: text += pick(keys) + pick(spaces) + pick(values) + (random() % 4 ? "" : pick(spaces) + pick(values));
+        }
+        if (random() % 2) text += pick(spaces) + pick(comments);
+        if (random() % 3 == 0) text += pick(spaces);
+        text += pick(ends);
+    }
+    return text;
+}
+
+// The text with its control characters shown as C escapes, a line per line.
+std::string printable(const std::string &text) {
+    std::string out;
+    for (char c : text) {
+        switch (c) {
+        case '\n': out += "\\n\n"; break;
+        case '\r': out += "\\r"; break;
+        case '\t': out += "\\t"; break;
+        case '\v': out += "\\v"; break;
+        case '\f': out += "\\f"; break;
+        case '\0': out += "\\0"; break;
+        default: out += c;
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+TEST(Differential, RandomFilesAgreeWithTheReference) {
+    const SearchPath search;
+    std::mt19937 random(20240611);
+    for (int round = 0; round < 1500; ++round) {
+        std::vector<std::string> layers(1 + random() % differential::kMaxLayers);
+        for (std::string &layer : layers) layer = randomFile(random);
+        const std::string difference = search.differenceFor(layers);
+        if (!difference.empty()) {
+            std::string shown;
+            for (const std::string &layer : layers) shown += "--- layer ---\n" + printable(layer) + "\n";
+            FAIL() << "round " << round << ": " << difference << "\n" << shown;
+        }
     }
 }
 

@@ -94,6 +94,21 @@ TEST(DocumentNavigation, RepeatedKeyAnswersTheLastDefinition) {
     EXPECT_EQ(doc.find(R"(["a"]["x"])").text(), "1");
 }
 
+// A block repeated with the same members: the path names the last one, as
+// for the classic class, and each block answers for its own members.
+TEST(DocumentNavigation, RepeatedBlockAnswersForItsOwnMembers) {
+    test_support::TempDir dir;
+    const std::string file = dir.write("r.pf", "b &Arr{\n\tx 1\n}\nb &Arr{\n\tx 2\n}\n");
+    Document doc = Document::loadFile(file);
+    TeskPf classic(file, 0);
+    EXPECT_EQ(doc["b"]["x"].text(), classic.getValue(R"(["b"]["x"])", nullptr, nullptr));
+    EXPECT_EQ(doc["b"]["x"].source().line, 5);
+    // The first block, reached by position, finds its own member, not the
+    // namesake of the last block that the key path names.
+    EXPECT_EQ(doc.root()[std::size_t{0}]["x"].text(), "1");
+    EXPECT_EQ(doc.root()[std::size_t{0}]["x"].source().line, 2);
+}
+
 // ---- Loading -----------------------------------------------------------------
 
 TEST(DocumentLoading, LayersFilesAlongTheSearchPathLikeTheClassicClass) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "detail/LineLexer.h"
+#include "support/Reference.h"
 #include "test_support.h"
 
 // Lines as the block parser hands them over (inside a list block or not), and
@@ -38,6 +39,14 @@ const std::tuple<const char *, bool, const char *, const char *, const char *, c
     {"k v #\tnote\twith tabs\t ", false, "k", "v", "#\tnote\twith tabs", ""},
     {"#<int> lone", false, "", "", "#  lone", "<int>"},
     {"k a\\b\\ #x", false, "k", "a\\b\\", "#x", ""},
+    // Other white space than blanks and tabs: trimmed from the key's end, the
+    // value and the comment, but kept inside them and not a separator.
+    {"a\r b", false, "a", "b", "", ""},
+    {"a\f\tb\v", false, "a", "b", "", ""},
+    {"a\rb c", false, "a\rb", "c", "", ""},
+    {"k\v v\r #<int>\r", false, "k", "v", "#", "<int>"},
+    {"k \r\fv w\r", false, "k", "v w", "", ""},
+    {"x\r y", true, "", "x\r y", "", ""},
 };
 
 TEST(LineLexer, SplitsEachLineIntoItsFourFieldsAndTrims) {
@@ -47,10 +56,16 @@ TEST(LineLexer, SplitsEachLineIntoItsFourFieldsAndTrims) {
         EXPECT_EQ((std::vector<std::string_view>{fields.key, fields.value, fields.comment, fields.constraints}),
                   (std::vector<std::string_view>{key, value, comment, constraints}))
             << "line '" << line << "' in a list: " << in_list;
+        // The reference model of the differential tests reads the same.
+        const reference::LineFields model = reference::lexLine(line, in_list);
+        EXPECT_EQ((std::vector<std::string>{model.key, model.value, model.comment, model.constraints}),
+                  (std::vector<std::string>{key, value, comment, constraints}))
+            << "reference model, line '" << line << "' in a list: " << in_list;
     }
     // Trimming cuts the text at its first NUL character.
     using Pair = std::pair<std::string, std::string>;
     for (auto [text, trimmed] : {Pair{" \t\r\n", ""}, Pair{"\t a b \t", "a b"}, Pair{{" ab \0cd", 7}, "ab"}}) {
+        EXPECT_EQ(reference::trim(text), trimmed);
         teskpf::trimInPlace(text);
         EXPECT_EQ(text, trimmed);
     }

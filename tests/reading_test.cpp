@@ -5,11 +5,13 @@
 #include <unistd.h>
 
 #include <memory>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "detail/ConstraintParser.h"
 #include "detail/HomeDirectory.h"
-#include "support/EntryRecords.h"
+#include "support/Reference.h"
 #include "test_support.h"
 
 using namespace test_support;
@@ -58,10 +60,19 @@ TEST(ConstraintParser, ParsesAndRegistersAnnotationTexts) {
         {"<int> <bogus>", nullptr},
     };
     for (const auto &[text, table] : cases) {
-        teskpf::ConstraintTables tables;
-        EXPECT_EQ(teskpf::registerConstraints(tables, text), table ? 0 : -1) << text;
-        // Stored under the whole text; nothing stored for a malformed one.
-        EXPECT_EQ(tables.contains(text) ? render(tables.get(text)) : "(none)", table ? table : "(none)") << text;
+        const std::optional<Table<TeskPf_Constraint>> parsed = teskpf::parseConstraintText(text);
+        EXPECT_EQ(parsed ? render(*parsed) : "(none)", table ? table : "(none)") << text;
+        // The reference model of the differential tests reads them alike.
+        reference::Constraints model;
+        Table<TeskPf_Constraint> rendered;
+        const bool ok = reference::parseConstraints(text, model);
+        for (const reference::Constraint &c : model) {
+            TeskPf_Constraint record;
+            record.type = c.type;
+            for (const std::string &word : c.words) record.string_enum.push_back(word);
+            rendered.push_back(record);
+        }
+        EXPECT_EQ(ok ? render(rendered) : "(none)", table ? table : "(none)") << "reference model: " << text;
     }
 }
 
@@ -91,8 +102,21 @@ TEST(BlockParser, ReadsBlocks) {
          {"f:0|0|[\"a\"]|&Arr||", "f:1|0|[\"{\"]|||", "f:2|0|[\"b\"]|&Tblx||", "f:3|0|[\"k\"[1]\"]|v||"}},
     };
     for (const auto &[text, keep_comments, expected] : cases) {
-        teskpf::ConstraintTables tables;
-        EXPECT_EQ(rows(teskpf::entryRecords(teskpf::ParsedFile("f", text), keep_comments, tables)), expected) << text;
+        // The library: the file read alone keeps its comments; read with an
+        // empty file after it on the search path, it does not.
+        TempDir dir;
+        const std::string file = dir.write("one/f.pf", text);
+        dir.write("two/f.pf", "");
+        ScopedEnv pfpath("PFPATH", dir.path() + "/one" + (keep_comments ? "" : ":" + dir.path() + "/two"));
+        Rows read = rows(TeskPf("f", 0).getList());
+        for (std::string &row : read) row.replace(0, file.size(), "f");
+        EXPECT_EQ(read, expected) << text;
+        // The reference model.
+        reference::Annotations annotations;
+        std::vector<std::string> lines;
+        std::istringstream in(text);
+        for (std::string line; std::getline(in, line);) lines.push_back(line);
+        EXPECT_EQ(rows(reference::parseLines("f", lines, keep_comments, annotations)), expected) << text;
     }
 }
 

@@ -7,3 +7,10 @@
 
 using Entry = Table<std::string>;
 using EntryList = Table<Entry>;
+
+namespace reference {
+
+// The positions of the six fields of an entry record.
+enum Field { kSource = 0, kLevel = 1, kKey = 2, kValue = 3, kComment = 4, kConstraints = 5 };
+
+}  // namespace reference

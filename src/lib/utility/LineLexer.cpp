@@ -114,7 +114,9 @@ LineSpans splitLine(std::string_view line, bool in_list) {
         spans.value = text;
     } else {
         size_t blank = firstBlankOrTab(text);
-        spans.key = text.substr(0, blank);
+        // The key is trimmed like the rest: other white space before the
+        // blank (a carriage return, a form feed) is not part of it.
+        spans.key = trimmedEnd(text.substr(0, blank));
         // The text ends in a non-blank, so a value follows the blank.
         if (blank != std::string_view::npos) spans.value = trimmedStart(text.substr(blank));
     }
