@@ -104,11 +104,7 @@ struct Reference {
         types.clear();
         if (!constraints || constraints->empty()) return true;
         for (const TeskPf_Constraint &c : *constraints) types.push_back(c.type);
-        Table<std::string> fields = teskpf::splitFields(value);
-        if (fields.size() != constraints->size()) return false;
-        for (size_t f = 0; f < fields.size(); ++f)
-            if (!teskpf::fieldSatisfies(fields[f], (*constraints)[f])) return false;
-        return true;
+        return teskpf::AnnotationCheck(*constraints).satisfies(value);
     }
 };
 
