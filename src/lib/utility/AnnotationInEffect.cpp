@@ -8,8 +8,6 @@ std::string_view FoundAnnotation::text() const {
     return store ? store->constraints(static_cast<size_t>(entry)) : std::string_view();
 }
 
-const AnnotationCheck *FoundAnnotation::check() const { return store ? store->annotationCheck(text()) : nullptr; }
-
 Source FoundAnnotation::where() const {
     if (!store) return {};
     const size_t at = static_cast<size_t>(entry);
@@ -32,11 +30,22 @@ const Store *AnnotationInEffect::alone(size_t id) {
     return alone_[id].get();
 }
 
+FoundAnnotation AnnotationInEffect::prepared(FoundAnnotation found) {
+    const FileEntry *entry = &found.store->entryOf(static_cast<size_t>(found.entry));
+    auto known = checks_.find(entry);
+    if (known == checks_.end()) known = checks_.emplace(entry, found.store->annotationCheck(found.text())).first;
+    found.check = known->second;
+    return found;
+}
+
 FoundAnnotation AnnotationInEffect::of(size_t index) {
     const int annotated = merged_.annotatedEntry(index);
-    if (annotated >= 0)
-        return {annotated == static_cast<int>(index) ? AnnotationOrigin::Own : AnnotationOrigin::Enclosing, &merged_,
-                annotated};
+    if (annotated == static_cast<int>(index)) {
+        FoundAnnotation own{AnnotationOrigin::Own, &merged_, annotated};
+        own.check = merged_.annotationCheck(own.text());  // serves this entry alone
+        return own;
+    }
+    if (annotated >= 0) return prepared({AnnotationOrigin::Enclosing, &merged_, annotated});
     // Files of higher ids have lower precedence.
     const size_t file_id = merged_.fileIdOf(index);
     if (merged_.isNote(index) || file_id + 1 >= merged_.fileCount()) return {};
@@ -48,7 +57,7 @@ FoundAnnotation AnnotationInEffect::of(size_t index) {
         const int replaced = lower->find(key);
         if (replaced >= 0) {
             const int lower_annotated = lower->annotatedEntry(static_cast<size_t>(replaced));
-            if (lower_annotated >= 0) return {AnnotationOrigin::Overridden, lower, lower_annotated};
+            if (lower_annotated >= 0) return prepared({AnnotationOrigin::Overridden, lower, lower_annotated});
             continue;
         }
         // A member the lower file lacks: the own annotation of the block the
@@ -56,7 +65,7 @@ FoundAnnotation AnnotationInEffect::of(size_t index) {
         const int block = block_key.empty() ? -1 : lower->find(block_key);
         if (block < 0 || lower->annotatedEntry(static_cast<size_t>(block)) != block) continue;
         if (lower->entryOf(static_cast<size_t>(block)).opensBlock())
-            return {AnnotationOrigin::Overridden, lower, block};
+            return prepared({AnnotationOrigin::Overridden, lower, block});
     }
     return {};
 }
@@ -70,7 +79,7 @@ Verdict verdictOf(const FoundAnnotation &found, const std::string &key_path, std
     }
     verdict.annotation = std::string(found.text());
     verdict.from = found.where();
-    const AnnotationCheck *check = found.check();
+    const AnnotationCheck *check = found.check;
     if (!check) {
         verdict.message = key_path + ": cannot parse constraints '" + verdict.annotation + "'";
         return verdict;

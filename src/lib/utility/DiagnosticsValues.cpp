@@ -14,7 +14,7 @@ void checkValues(const Layers &layers, std::vector<Diagnostic> &out) {
     for (size_t i = 0; i < merged.size(); ++i) {
         if (merged.isNote(i) || merged.entryOf(i).opensBlock()) continue;
         const detail::FoundAnnotation found = annotations.of(i);
-        const AnnotationCheck *check = found.check();
+        const AnnotationCheck *check = found.check;
         const std::string_view value = merged.value(i, buffer);
         if (!check || check->satisfies(value)) continue;
 

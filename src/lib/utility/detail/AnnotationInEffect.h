@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <teskpf/node.h>
@@ -24,11 +25,10 @@ struct FoundAnnotation {
     AnnotationOrigin origin = AnnotationOrigin::None;
     const Store *store = nullptr;  // holds the entry: the merged store, or a lower file read alone
     int entry = -1;
+    const AnnotationCheck *check = nullptr;  // the text prepared; null when none applies or it does not parse
 
     // The annotation text; "" when none applies.
     std::string_view text() const;
-    // The prepared check of that text; null when none applies or it does not parse.
-    const AnnotationCheck *check() const;
     // The file (as the store names it) and 1-based line of the entry; {"", 0} when none.
     Source where() const;
 };
@@ -46,10 +46,14 @@ public:
 private:
     // File `id` of the merged store merged alone; null when that fails.
     const Store *alone(size_t id);
+    // `found` with its check: looked up by text once per annotated entry, so
+    // that a long block annotation is not hashed again for every member.
+    FoundAnnotation prepared(FoundAnnotation found);
 
     const Store &merged_;
-    std::vector<std::unique_ptr<const Store>> alone_;  // by file id
-    std::vector<bool> tried_;                          // by file id
+    std::vector<std::unique_ptr<const Store>> alone_;                        // by file id
+    std::vector<bool> tried_;                                                // by file id
+    std::unordered_map<const FileEntry *, const AnnotationCheck *> checks_;  // by annotated entry
 };
 
 // The verdict on `value` of the entry at `key_path` against `found`; a block
