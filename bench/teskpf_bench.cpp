@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <teskpf/diagnostics.h>
+#include <teskpf/document.h>
 
 #include "TeskPf.h"
 #include "generate_pf.h"
@@ -296,8 +297,41 @@ void wordListSizes(benchmark::internal::Benchmark *family) {
     family->MinTime(kMinSeconds)->Unit(benchmark::kMillisecond)->Complexity(benchmark::oN);
 }
 
+// Node::check on every value of two layers where the site overrides each of N
+// base keys without repeating its annotation: each verdict looks the key up
+// in the base file, read alone once for all of them. Linear.
+void BM_CheckLayeredOverrides(benchmark::State &state) {
+    const size_t keys = static_cast<size_t>(state.range(0));
+    const fs::path dir = fs::temp_directory_path() / ("teskpf-bench-overrides-" + std::to_string(getpid()));
+    fs::create_directories(dir / "base");
+    fs::create_directories(dir / "site");
+    std::string base, site;
+    for (size_t i = 0; i < keys; ++i) {
+        base += "k" + std::to_string(i) + " 1 #<int>\n";
+        site += "k" + std::to_string(i) + " 2\n";
+    }
+    teskpf_bench::writeTextFile((dir / "base" / "keys.pf").string(), base);
+    teskpf_bench::writeTextFile((dir / "site" / "keys.pf").string(), site);
+    const char *saved = std::getenv("PFPATH");
+    const std::string previous = saved ? saved : "";
+    setenv("PFPATH", ((dir / "base").string() + ":" + (dir / "site").string()).c_str(), 1);
+    for (auto _ : state) {
+        const teskpf::Document document = teskpf::Document::load("keys");
+        size_t ok = 0;
+        for (teskpf::Member member : document.root()) ok += member.node.check().ok;
+        benchmark::DoNotOptimize(ok);
+    }
+    if (saved)
+        setenv("PFPATH", previous.c_str(), 1);
+    else
+        unsetenv("PFPATH");
+    fs::remove_all(dir);
+    state.SetComplexityN(static_cast<int64_t>(keys));
+}
+
 BENCHMARK(BM_CheckWordList)->Apply(wordListSizes);
 BENCHMARK(BM_CheckLayeredWordList)->Apply(wordListSizes);
+BENCHMARK(BM_CheckLayeredOverrides)->Apply(wordListSizes);
 
 }  // namespace
 
