@@ -1,5 +1,12 @@
 // teskpf::Editor: each edit changes the bytes it means to and no others, and
 // an edit whose result would not read back as asked is refused unchanged.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -135,6 +142,10 @@ TEST(Editor, RefusesEditsThatWouldNotReadBack) {
         {[](Editor &e) { e.add("[\"a#\"]", "1"); }, "a \"#\" in a key", 0},
         {[](Editor &e) { e.add("[\"}\"]", "1"); }, "a line starting with", 0},
         {[](Editor &e) { e.add("gain", "1"); }, "it is not a key path", 0},
+        // Reading writes list positions without leading zeros: [00] is not [0].
+        {[](Editor &e) { e.add("[\"l\"][00]", "1"); }, "it is not a key path", 0},
+        {[](Editor &e) { e.setValue("[\"l\"][00]", "1"); }, "there is no key", 0},
+        {[](Editor &e) { e.remove("[\"l\"][00]"); }, "there is no key", 0},
         {[](Editor &e) { e.add("[0]", "1"); }, "the top level holds named keys", 0},
         {[](Editor &e) { e.remove("[\"nope\"]"); }, "there is no key", 0},
     };
@@ -198,6 +209,83 @@ TEST(Editor, OpenAndSaveErrors) {
     EXPECT_EQ(readText(path), "a 1\n");
     EXPECT_FALSE(fs::exists(dir.path() + "/copy.pf"));
     teskpf::FileLock free_again(path);  // would block if the editor still held it
+}
+
+TEST(Editor, SaveRefusesAFileChangedSinceItWasRead) {
+    TempDir dir;
+    // Another writer that takes no lock: replacing by rename (as sed -i does),
+    // rewriting in place with another size, or with the same size later.
+    const std::vector<std::function<void(const std::string &)>> writers = {
+        [&](const std::string &path) {
+            dir.write("new.pf", "a 9\n");
+            fs::rename(dir.path() + "/new.pf", path);
+        },
+        [&](const std::string &path) { std::ofstream(path, std::ios::trunc) << "a 99\n"; },
+        [&](const std::string &path) {
+            std::ofstream(path, std::ios::trunc) << "a 9\n";
+            const timespec later[2] = {{0, UTIME_OMIT}, {2000000000, 5}};
+            ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), later, 0), 0);
+        },
+    };
+    for (size_t i = 0; i < writers.size(); ++i) {
+        const std::string path = dir.write("f.pf", "a 1\n");
+        Editor editor = Editor::open(path);
+        editor.setValue("[\"a\"]", "2");
+        const std::string theirs = (writers[i](path), readText(path));
+        try {
+            editor.save();
+            ADD_FAILURE() << "writer " << i << ": saved over the other writer's change";
+        } catch (const teskpf::IoError &error) {
+            EXPECT_EQ(std::string(error.what()),
+                      "cannot write '" + path + "': it changed since it was read; not overwritten")
+                << "writer " << i;
+        }
+        EXPECT_EQ(readText(path), theirs) << "writer " << i;
+        EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 1) << "writer " << i;
+    }
+    // Unchanged since read, or since the editor's own save: saved.
+    const std::string path = dir.write("f.pf", "a 1\n");
+    Editor editor = Editor::open(path);
+    editor.setValue("[\"a\"]", "2");
+    editor.save();
+    editor.setValue("[\"a\"]", "3");
+    editor.save();
+    EXPECT_EQ(readText(path), "a 3\n");
+}
+
+TEST(Editor, DeepKeyPathsAreBoundedByTheReadingBudget) {
+    // In a child with 1 GiB of address space: the path of 15,000 components
+    // would give the file about 600 MB of key paths, beyond the budget, and
+    // is refused at once; 2,000 are added.
+    auto deep = [](size_t depth) {
+        std::string path;
+        for (size_t i = 0; i < depth; ++i) path += "[\"" + std::to_string(i % 10) + "\"]";
+        return path;
+    };
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const rlimit limit{size_t{1} << 30, size_t{1} << 30};
+        if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(3);
+        try {
+            Editor editor = Editor::fromText("d.pf", "a 1\n");
+            try {
+                editor.add(deep(15000), "1");
+                _exit(4);
+            } catch (const teskpf::EditError &error) {
+                if (std::string(error.what()).find(": key paths exceed") == std::string::npos) _exit(5);
+            }
+            editor.add(deep(2000), "1");
+            if (editor.lineOf(deep(2000)) != 2000) _exit(6);
+            _exit(0);
+        } catch (...) {
+            _exit(7);
+        }
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status)) << "the child died of signal " << WTERMSIG(status);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 // Random files from a small generator and random edits: after each accepted

@@ -45,16 +45,19 @@ int runSet(const CommandLine &line) {
     }
 
     LockedSource source = lockSourceOf(name, key);
-    if (isBlockOpening(source.pf, source.index))
+    if (isBlockOpening(*source.pf, source.index))
         throw ToolError("set: " + key + " is a block; only plain values can be set", kExitError);
+    // The merged view is needed further only for -o: an in-place edit frees
+    // it before the editor reads the file.
+    if (!line.has("-o")) source.pf.reset();
     teskpf::Editor editor = openForEditing("set", source.file, true);
     if (line.has("-o")) {
         // The edit is tried on the source file first, so that -o refuses what
         // an in-place edit refuses.
         editor.setValueAtLine(source.line, value);
         requireValid(line, editor, key);
-        source.pf.setValue(source.index, value, 0);
-        writeToOutput(source.pf, line.value("-o"));
+        source.pf->setValue(source.index, value, 0);
+        writeToOutput(*source.pf, line.value("-o"));
         return kExitOk;
     }
     editAndSave("set", editor, [&](teskpf::Editor &e) {

@@ -19,6 +19,7 @@ int runUnset(const CommandLine &line) {
         return kExitOk;
     }
     LockedSource source = lockSourceOf(name, key);
+    source.pf.reset();  // not needed for the edit
     teskpf::Editor editor = openForEditing("unset", source.file, true);
     editAndSave("unset", editor, [&](teskpf::Editor &e) { e.removeAtLine(source.line); });
     return kExitOk;

@@ -11,8 +11,12 @@ LockedSource lockSourceOf(const std::string &name, const std::string &key) {
     // The file is known only after reading, and another editor may change
     // which file supplies the key before the lock is held: read again under
     // the lock until both reads agree.
-    const TeskPf first = loadParameterFile(name);
-    std::string source = first.getSource(requireEntry(first, key, name));
+    std::string source;
+    {
+        // Gone before the next read, so that one merged view is held at a time.
+        const TeskPf first = loadParameterFile(name);
+        source = first.getSource(requireEntry(first, key, name));
+    }
     for (;;) {
         const std::string file = sourceFile(source);
         teskpf::FileLock lock(file);
@@ -21,7 +25,7 @@ LockedSource lockSourceOf(const std::string &name, const std::string &key) {
         std::string now = pf.getSource(index);
         if (now == source) {
             const long line = std::stol(source.substr(file.size() + 1));
-            return {std::move(pf), index, file, line, std::move(lock)};
+            return {std::optional<TeskPf>(std::move(pf)), index, file, line, std::move(lock)};
         }
         source = std::move(now);
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "TeskPf.h"
@@ -15,10 +16,10 @@ namespace teskpf_tool {
 // supplies it is locked, so that no other editor changes that file until the
 // lock goes away.
 struct LockedSource {
-    TeskPf pf;         // the merged view, read under the lock
-    int index;         // the entry of the key in `pf`
-    std::string file;  // the file that supplied it, as the source names it
-    long line;         // its 0-based line in that file
+    std::optional<TeskPf> pf;  // the merged view, read under the lock; reset it to free its memory
+    int index;                 // the entry of the key in `pf`
+    std::string file;          // the file that supplied it, as the source names it
+    long line;                 // its 0-based line in that file
     teskpf::FileLock lock;
 };
 

@@ -23,6 +23,7 @@ namespace teskpf {
 
 class ParsedFile;
 class FileLock;
+class FileText;
 
 class TESKPF_API Editor {
 public:
@@ -89,7 +90,7 @@ public:
     void saveAs(const std::string &path);
 
 private:
-    Editor(std::string name, std::string text);
+    Editor(std::string name, FileText text);
     struct TESKPF_LOCAL State;
     std::unique_ptr<State> state_;
 };

@@ -127,10 +127,10 @@ TEST(EditTool, OneValueEditChangesOneLine) {
             TeskPf pf(copy, 0);
             for (int i = 0; i < pf.size(); ++i) {
                 const std::string k = pf.getKey(i), value = pf.getValue(i, nullptr, nullptr);
+                const bool block = value == "&Arr" || value == "&Tbl";
                 if (k == "[\"pf_revision_time\"]") {
-                    has_revision = true;
-                } else if (key.empty() && !k.empty() && value != "&Arr" && value != "&Tbl" &&
-                           pf.getEntryIndex(k) == i) {
+                    has_revision = !block;  // a save refreshes a revision value, never a block
+                } else if (key.empty() && !k.empty() && !block && pf.getEntryIndex(k) == i) {
                     key = k;
                 }
             }

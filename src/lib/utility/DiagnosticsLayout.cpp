@@ -5,6 +5,7 @@
 #include "detail/DiagnosticRules.h"
 #include "detail/EntryStore.h"
 #include "detail/KeyPath.h"
+#include "detail/Revision.h"
 
 namespace teskpf {
 
@@ -95,6 +96,19 @@ void checkKeyName(const ParsedFile &parsed, size_t index, FileReport &report) {
                parsed.keyPath(index));
 }
 
+// A top-level block named like the revision entry: writing the file puts a
+// revision line in place of its opening, so its members move up a level and
+// its "}" closes nothing.
+void checkRevisionBlock(const ParsedFile &parsed, size_t index, FileReport &report) {
+    const FileEntry &entry = parsed.entries()[index];
+    if (!entry.opensBlock() || !isRevisionEntry(parsed, entry)) return;
+    report.add(Severity::Error, "revision-block", entry.line, entry.line_begin, entry.key.begin,
+               "block " + quoted(kRevisionName) +
+                   " has the name of the revision entry: writing the file replaces its opening with a revision "
+                   "time, and its '}' then closes no block; rename the block",
+               parsed.keyPath(index));
+}
+
 }  // namespace
 
 void checkLayout(const ParsedFile &parsed, const std::vector<uint64_t> *hashes, FileReport &report) {
@@ -113,6 +127,7 @@ void checkLayout(const ParsedFile &parsed, const std::vector<uint64_t> *hashes, 
     for (size_t i = 0; i < entries.size(); ++i) {
         if (entries[i].kind == EntryKind::Note) continue;
         checkMarker(parsed, i, report);
+        checkRevisionBlock(parsed, i, report);
         checkKeyName(parsed, i, report);
         const uint64_t hash = (*hashes)[i];
         auto same_path = [&](int32_t candidate) {

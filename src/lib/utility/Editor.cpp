@@ -1,13 +1,18 @@
 #include "teskpf/editor.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 
 #include "detail/EditRules.h"
+#include "detail/EntryStore.h"
+#include "detail/FileIdentity.h"
 #include "detail/KeyPath.h"
 #include "detail/LineLexer.h"
 #include "detail/ParsedFile.h"
 #include "detail/ReadFile.h"
 #include "detail/Revision.h"
+#include "detail/SaveTarget.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"
 
@@ -15,34 +20,30 @@ namespace teskpf {
 
 namespace {
 
-// An entry as reading sees it, apart from where it stands: what an edit must
-// leave unchanged for every entry it does not mean to touch.
-struct Record {
-    int32_t level;
-    EntryKind kind;
-    std::string key, value, comment, constraints;
-    bool operator==(const Record &o) const {
-        return level == o.level && kind == o.kind && key == o.key && value == o.value && comment == o.comment &&
-               constraints == o.constraints;
-    }
-};
-
-Record recordOf(const ParsedFile &parsed, size_t index) {
-    const FileEntry &e = parsed.entries()[index];
-    std::string value_buffer, comment_buffer;
-    return {e.level,
-            e.kind,
-            std::string(parsed.key(e)),
-            std::string(parsed.value(e, value_buffer)),
-            std::string(parsed.comment(e, comment_buffer)),
-            std::string(parsed.constraints(e))};
+// Whether entry `a` of `before` reads as entry `b` of `after` does, apart from
+// where it stands: what an edit must leave unchanged for every entry it does
+// not mean to touch. `value` and `comment` compare the value and comment too.
+bool sameRecord(const ParsedFile &before, size_t a, const ParsedFile &after, size_t b, bool value = true,
+                bool comment = true) {
+    const FileEntry &x = before.entries()[a];
+    const FileEntry &y = after.entries()[b];
+    if (x.level != y.level || x.kind != y.kind || before.key(x) != after.key(y)) return false;
+    std::string buffer_x, buffer_y;
+    if (value && before.value(x, buffer_x) != after.value(y, buffer_y)) return false;
+    if (!comment) return true;
+    return before.comment(x, buffer_x) == after.comment(y, buffer_y) && before.constraints(x) == after.constraints(y);
 }
 
-std::vector<Record> recordsOf(const ParsedFile &parsed) {
-    std::vector<Record> out;
-    out.reserve(parsed.entries().size());
-    for (size_t i = 0; i < parsed.entries().size(); ++i) out.push_back(recordOf(parsed, i));
-    return out;
+// Whether `after` reads as `before` with entries [first, first + removed)
+// replaced by `inserted` others: every other entry unchanged, in order.
+bool sameAround(const ParsedFile &before, const ParsedFile &after, size_t first, size_t removed, size_t inserted) {
+    const size_t count = before.entries().size();
+    if (after.entries().size() + removed != count + inserted) return false;
+    for (size_t i = 0; i < first; ++i)
+        if (!sameRecord(before, i, after, i)) return false;
+    for (size_t i = first + removed; i < count; ++i)
+        if (!sameRecord(before, i, after, i - removed + inserted)) return false;
+    return true;
 }
 
 // The kinds and lines of the layout notes that tell where reading stops.
@@ -52,9 +53,9 @@ std::vector<std::pair<LayoutNoteKind, uint32_t>> layoutOf(const ParsedFile &pars
     return out;
 }
 
-std::unique_ptr<ParsedFile> parse(const std::string &name, std::string_view text) {
+std::unique_ptr<ParsedFile> parse(const std::string &name, FileText text) {
     try {
-        return std::make_unique<ParsedFile>(name, text);
+        return std::make_unique<ParsedFile>(name, std::move(text));
     } catch (const std::string &message) {
         throw Error(message, name);
     }
@@ -101,10 +102,17 @@ std::string commentText(std::string_view comment) {
 
 struct Editor::State {
     std::string name;
-    std::string text;
+    // The content, held once: the parse keeps the text it was read from.
     std::unique_ptr<ParsedFile> parsed;
     std::unique_ptr<FileLock> lock;
+    // What the file was when read: a save refuses to replace another one.
+    std::optional<FileIdentity> identity;
     bool changed = false;
+    // The content as a string, built when Editor::text asks for it.
+    mutable std::string text_copy;
+    mutable bool text_copy_valid = false;
+
+    std::string_view text() const { return parsed->text(); }
 
     const std::vector<FileEntry> &entries() const { return parsed->entries(); }
     const FileEntry &entry(size_t i) const { return entries()[i]; }
@@ -141,8 +149,8 @@ struct Editor::State {
         // Only closing lines follow the last member: those of the blocks still
         // open after it, down to and including this block's.
         int32_t closes = first.opensBlock() ? last.level + (last.opensBlock() ? 1 : 0) - first.level : 0;
-        size_t end = nextLine(text, last.line_begin);
-        for (int32_t i = 0; i < closes; ++i) end = nextLine(text, end);
+        size_t end = nextLine(text(), last.line_begin);
+        for (int32_t i = 0; i < closes; ++i) end = nextLine(text(), end);
         return end;
     }
 
@@ -152,15 +160,19 @@ struct Editor::State {
     template <typename Verify>
     void splice(size_t begin, size_t end, std::string_view replacement, const std::string &what, long line,
                 Verify verify) {
-        std::string next;
-        next.reserve(text.size() - (end - begin) + replacement.size());
-        next.append(text, 0, begin).append(replacement).append(text, end, std::string::npos);
-        std::unique_ptr<ParsedFile> reread = parse(name, next);
+        const std::string_view old = text();
+        FileText next = FileText::withCapacity(old.size() - (end - begin) + replacement.size());
+        char *out = next.data();
+        old.copy(out, begin);
+        replacement.copy(out + begin, replacement.size());
+        old.copy(out + begin + replacement.size(), old.size() - end, end);
+        next.resize(old.size() - (end - begin) + replacement.size());
+        std::unique_ptr<ParsedFile> reread = parse(name, std::move(next));
         if ((reread->strayCloseLine() >= 0) != (parsed->strayCloseLine() >= 0) || !verify(*reread))
             refuse(name, what, "the result would not read back as asked", line);
-        changed = changed || next != text;
-        text = std::move(next);
+        changed = changed || replacement != old.substr(begin, end - begin);
         parsed = std::move(reread);
+        text_copy_valid = false;
     }
 
     void setValueAt(size_t index, std::string_view value, const std::string &what) {
@@ -177,11 +189,12 @@ struct Editor::State {
             if (!value.empty()) written = "\t";
         }
         appendEscaped(written, value);
-        std::vector<Record> expected = recordsOf(*parsed);
-        expected[index].value = std::string(value);
         const auto layout = layoutOf(*parsed);
-        splice(begin, end, written, what, line,
-               [&](const ParsedFile &reread) { return recordsOf(reread) == expected && layoutOf(reread) == layout; });
+        splice(begin, end, written, what, line, [&](const ParsedFile &reread) {
+            std::string buffer;
+            return sameAround(*parsed, reread, index, 1, 1) && sameRecord(*parsed, index, reread, index, false) &&
+                   reread.value(reread.entries()[index], buffer) == value && layoutOf(reread) == layout;
+        });
     }
 
     void setCommentAt(size_t index, std::string_view comment, const std::string &what) {
@@ -201,28 +214,20 @@ struct Editor::State {
             if (!written.empty()) replacement.insert(0, "\t");
         } else if (written.empty()) {
             // No comment left: the white space before it goes too.
-            while (begin > e.line_begin && (text[begin - 1] == ' ' || text[begin - 1] == '\t')) --begin;
+            while (begin > e.line_begin && (text()[begin - 1] == ' ' || text()[begin - 1] == '\t')) --begin;
         }
-        std::vector<Record> before = recordsOf(*parsed);
         const auto layout = layoutOf(*parsed);
         splice(begin, end, replacement, what, line, [&](const ParsedFile &reread) {
-            std::vector<Record> after = recordsOf(reread);
-            if (after.size() != before.size()) return false;
-            before[index].comment = after[index].comment;
-            before[index].constraints = after[index].constraints;
-            return after == before && layoutOf(reread) == layout &&
-                   reread.at(reread.entries()[index].comment) == written;
+            return sameAround(*parsed, reread, index, 1, 1) && sameRecord(*parsed, index, reread, index, true, false) &&
+                   layoutOf(reread) == layout && reread.at(reread.entries()[index].comment) == written;
         });
     }
 
     void removeAt(size_t index, const std::string &what) {
         size_t count = 1 + membersOf(index);
         size_t begin = entry(index).line_begin, end = extentEnd(index);
-        std::vector<Record> expected = recordsOf(*parsed);
-        expected.erase(expected.begin() + static_cast<long>(index),
-                       expected.begin() + static_cast<long>(index + count));
         splice(begin, end, "", what, lineNumber(index),
-               [&](const ParsedFile &reread) { return recordsOf(reread) == expected; });
+               [&](const ParsedFile &reread) { return sameAround(*parsed, reread, index, count, 0); });
     }
 
     void add(std::string_view path, std::string_view value, std::string_view comment);
@@ -241,26 +246,63 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
     if (std::string problem = valueProblem(value, components.back().position >= 0); !problem.empty())
         refuse(name, what, problem);
 
-    // The longest prefix of the path that is there: the block to add into.
-    std::vector<std::string> prefixes(components.size());
-    for (size_t i = 0; i < components.size(); ++i) {
-        if (i > 0) prefixes[i] = prefixes[i - 1];
-        if (components[i].position >= 0)
-            appendListComponent(prefixes[i], components[i].position);
-        else
-            appendNamedComponent(prefixes[i], components[i].name);
+    // The path's text is its components printed one after the other:
+    // prefix_end[d] is where the first d + 1 of them end.
+    std::vector<size_t> prefix_end(components.size());
+    for (size_t d = 0, end = 0; d < components.size(); ++d) {
+        end += components[d].position >= 0 ? listComponentSize(components[d].position)
+                                           : namedComponentSize(components[d].name);
+        prefix_end[d] = end;
     }
-    if (long there = lastWithPath(*parsed, prefixes.back()); there >= 0)
+    // The key paths of the new entries are prefixes of the path: refused when
+    // they would take the file's key paths beyond what reading allows.
+    {
+        const size_t budget = keyPathBudget(text().size() + path.size());
+        size_t key_bytes = 0;
+        std::vector<uint64_t> hashes;
+        bool over = detail::keyPathHashes(*parsed, key_bytes, budget, hashes) >= 0;
+        for (size_t d = components.size(); !over && d-- > 0;) {
+            key_bytes += prefix_end[d];
+            over = key_bytes > budget;
+        }
+        if (over) refuse(name, what, keyPathBudgetExceeded(budget));
+    }
+    // last_with[d]: the last entry whose key path is the path's first d + 1
+    // components, or -1. One pass: an entry's path is a prefix of the path when
+    // its block's is and its own component follows in the path's text.
+    std::vector<long> last_with(components.size(), -1);
+    {
+        constexpr size_t kNoMatch = SIZE_MAX;
+        std::vector<size_t> matched(entries().size(), kNoMatch);  // the length of path its key path equals
+        for (size_t i = 0; i < entries().size(); ++i) {
+            const FileEntry &e = entry(i);
+            if (e.kind == EntryKind::Note) continue;
+            const size_t from = e.parent < 0 ? 0 : matched[static_cast<size_t>(e.parent)];
+            if (from == kNoMatch) continue;
+            const size_t size = parsed->componentSize(e);
+            if (size > path.size() - from) continue;
+            const std::string_view upto = path.substr(0, from + size);
+            if ((e.position >= 0 ? listComponentAtEnd(upto, e.position) : namedComponentAtEnd(upto, parsed->key(e))) !=
+                size)
+                continue;
+            matched[i] = from + size;
+            auto d = std::lower_bound(prefix_end.begin(), prefix_end.end(), matched[i]);
+            if (d != prefix_end.end() && *d == matched[i]) last_with[static_cast<size_t>(d - prefix_end.begin())] = i;
+        }
+    }
+    if (long there = last_with.back(); there >= 0)
         refuse(name, what, "the key is already there", lineNumber(static_cast<size_t>(there)));
     long parent = -1;
     size_t first_missing = 0;
     for (size_t i = components.size() - 1; i-- > 0;) {
-        long found = lastWithPath(*parsed, prefixes[i]);
+        long found = last_with[i];
         if (found < 0) continue;
         const bool want_list = components[i + 1].position >= 0;
         const EntryKind kind = entry(static_cast<size_t>(found)).kind;
         if (kind != (want_list ? EntryKind::TblOpen : EntryKind::ArrOpen))
-            refuse(name, what, prefixes[i] + (want_list ? " is not a list block" : " is not an \"&Arr{\" block"),
+            refuse(name, what,
+                   std::string(path.substr(0, prefix_end[i])) +
+                       (want_list ? " is not a list block" : " is not an \"&Arr{\" block"),
                    lineNumber(static_cast<size_t>(found)));
         parent = found;
         first_missing = i + 1;
@@ -287,13 +329,13 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
 
     // Where the new lines go: after the last member, or before the closing
     // line of an empty block; at the top level, before a stray "}".
-    size_t at = text.size();
+    size_t at = text().size();
     if (last_member >= 0) {
         at = extentEnd(static_cast<size_t>(last_member));
     } else if (parent >= 0) {
         // Only notes are inside: before the line after the last of them.
         const size_t p = static_cast<size_t>(parent);
-        at = nextLine(text, entry(p + membersOf(p)).line_begin);
+        at = nextLine(text(), entry(p + membersOf(p)).line_begin);
     } else {
         for (const LayoutNote &note : parsed->notes())
             if (note.kind == LayoutNoteKind::StrayClose) at = note.line_begin;
@@ -301,15 +343,15 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
 
     // Layout copied from the sibling: indentation, separators, line break.
     std::string indent = "\t", key_gap = "\t", comment_gap = "\t";
-    std::string line_break = lineBreakBefore(text, at);
+    std::string line_break = lineBreakBefore(text(), at);
     if (last_member >= 0) {
         const FileEntry &sibling = entry(static_cast<size_t>(last_member));
         indent = std::string(leadingWhiteSpace(parsed->lineText(sibling)));
         if (sibling.key.size && sibling.value.size && sibling.kind == EntryKind::Value)
-            key_gap = std::string(text, sibling.key.end(), sibling.value.begin - sibling.key.end());
+            key_gap = std::string(text().substr(sibling.key.end(), sibling.value.begin - sibling.key.end()));
         if (sibling.comment.size && sibling.value.size && sibling.kind == EntryKind::Value)
-            comment_gap = std::string(text, sibling.value.end(), sibling.comment.begin - sibling.value.end());
-        line_break = lineBreakBefore(text, nextLine(text, sibling.line_begin));
+            comment_gap = std::string(text().substr(sibling.value.end(), sibling.comment.begin - sibling.value.end()));
+        line_break = lineBreakBefore(text(), nextLine(text(), sibling.line_begin));
     } else if (parent >= 0) {
         indent = std::string(leadingWhiteSpace(parsed->lineText(entry(static_cast<size_t>(parent))))) + "\t";
     } else {
@@ -319,7 +361,7 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
     if (trimmedWhiteSpace(comment_gap).size() || comment_gap.empty()) comment_gap = "\t";
 
     std::string lines;
-    if (at == text.size() && !text.empty() && text.back() != '\n') lines.append(line_break);
+    if (at == text().size() && !text().empty() && text().back() != '\n') lines.append(line_break);
     std::string level_indent = indent;
     std::vector<std::string> closings;
     for (size_t i = first_missing; i + 1 < components.size(); ++i) {
@@ -339,17 +381,18 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
     lines.append(line_break);
     for (size_t i = closings.size(); i-- > 0;) lines.append(closings[i]);
 
+    // The new entries come after those on the lines before `at`; the last
+    // of them is the key added.
     const size_t added = components.size() - first_missing;
-    const size_t before_count = entries().size();
-    const std::vector<Record> before = recordsOf(*parsed);
+    const size_t first_new =
+        static_cast<size_t>(std::lower_bound(entries().begin(), entries().end(), at,
+                                             [](const FileEntry &e, size_t offset) { return e.line_begin < offset; }) -
+                            entries().begin());
     splice(at, at, lines, what, 0, [&](const ParsedFile &reread) {
-        std::vector<Record> after = recordsOf(reread);
-        if (after.size() != before_count + added) return false;
-        long found = lastWithPath(reread, path);
-        if (found < 0 || after[static_cast<size_t>(found)].value != value) return false;
-        size_t first_new = static_cast<size_t>(found) + 1 - added;
-        after.erase(after.begin() + static_cast<long>(first_new), after.begin() + static_cast<long>(first_new + added));
-        return after == before;
+        if (!sameAround(*parsed, reread, first_new, 0, added)) return false;
+        const size_t leaf = first_new + added - 1;
+        std::string buffer;
+        return reread.hasKeyPath(leaf, path) && reread.value(reread.entries()[leaf], buffer) == value;
     });
 }
 
@@ -363,17 +406,22 @@ void Editor::State::refreshRevision() {
     }
 }
 
-Editor::Editor(std::string name, std::string text) : state_(std::make_unique<State>()) {
+Editor::Editor(std::string name, FileText text) : state_(std::make_unique<State>()) {
     state_->name = std::move(name);
-    state_->parsed = parse(state_->name, text);
-    state_->text = std::move(text);
+    state_->parsed = parse(state_->name, std::move(text));
 }
 
 Editor::Editor(Editor &&) noexcept = default;
 Editor &Editor::operator=(Editor &&) noexcept = default;
 Editor::~Editor() = default;
 
-Editor Editor::open(const std::string &path) { return Editor(path, std::string(readFileOrThrow(path).view())); }
+Editor Editor::open(const std::string &path) {
+    FileIdentity identity;
+    FileText text = readFileOrThrow(path, &identity);
+    Editor editor(path, std::move(text));
+    editor.state_->identity = identity;
+    return editor;
+}
 
 Editor Editor::openLocked(const std::string &path) {
     auto lock = std::make_unique<FileLock>(path);
@@ -382,9 +430,15 @@ Editor Editor::openLocked(const std::string &path) {
     return editor;
 }
 
-Editor Editor::fromText(const std::string &name, std::string text) { return Editor(name, std::move(text)); }
+Editor Editor::fromText(const std::string &name, std::string text) { return Editor(name, FileText(text)); }
 
-const std::string &Editor::text() const { return state_->text; }
+const std::string &Editor::text() const {
+    if (!state_->text_copy_valid) {
+        state_->text_copy = std::string(state_->text());
+        state_->text_copy_valid = true;
+    }
+    return state_->text_copy;
+}
 bool Editor::changed() const { return state_->changed; }
 const std::string &Editor::name() const { return state_->name; }
 
@@ -431,7 +485,11 @@ void Editor::save() { saveAs(state_->name); }
 
 void Editor::saveAs(const std::string &path) {
     state_->refreshRevision();
-    saveFile(path, state_->text);
+    // Only the file read is compared with what was read.
+    const bool same_file = path == state_->name && state_->identity;
+    FileIdentity written;
+    saveFileChecked(path, state_->text(), same_file ? &*state_->identity : nullptr, &written);
+    if (same_file) state_->identity = written;
     state_->changed = false;
     state_->lock.reset();
 }

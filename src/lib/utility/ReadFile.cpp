@@ -6,10 +6,10 @@
 
 namespace teskpf {
 
-FileText readFileOrThrow(const std::string &path) {
+FileText readFileOrThrow(const std::string &path, FileIdentity *identity) {
     FileText text;
     int error = 0;
-    if (!readFileText(path, text, error)) {
+    if (!readFileText(path, text, error, identity)) {
         std::error_code code(error, std::generic_category());
         throw IoError("cannot read '" + path + "': " + code.message(), path, code);
     }

@@ -55,7 +55,10 @@ bool splitKeyPath(std::string_view path, std::vector<PathComponent> &components)
             p = end + 2;
         } else {
             size_t end = path.find(']', p);
+            // Reading writes a position without leading zeros: [00] is no
+            // entry's path, so it is not taken for [0].
             if (end == std::string_view::npos || end == p + 1 || end - p > 10) return false;
+            if (path[p + 1] == '0' && end > p + 2) return false;
             long position = 0;
             for (size_t i = p + 1; i < end; ++i) {
                 if (path[i] < '0' || path[i] > '9') return false;

@@ -26,7 +26,9 @@ struct PathComponent {
 
 // Splits a key path such as ["chan"]["list"][1]["x"] into its components: a
 // name runs from "[\"" to the next "\"]", a position is decimal digits in
-// "[...]". Returns false for text of any other shape.
+// "[...]" without leading zeros (as reading writes it, so that the components
+// printed again give `path` byte for byte). Returns false for text of any
+// other shape.
 bool splitKeyPath(std::string_view path, std::vector<PathComponent> &components);
 
 }  // namespace teskpf

@@ -1,4 +1,5 @@
 #include "detail/EntryStore.h"
+#include "detail/Revision.h"
 
 #include <algorithm>
 #include <charconv>
@@ -327,10 +328,7 @@ std::string_view Store::writtenKey(size_t index, std::string &buffer) const {
     return teskpf::writtenKey(buffer);
 }
 
-bool Store::isRevisionEntry(size_t index) const {
-    const FileEntry &entry = entryOf(index);
-    return entry.kind != EntryKind::Note && entry.parent < 0 && fileOf(index).key(entry) == "pf_revision_time";
-}
+bool Store::isRevisionEntry(size_t index) const { return teskpf::isRevisionEntry(fileOf(index), entryOf(index)); }
 
 std::string_view Store::value(size_t index, std::string &buffer) const {
     const FileEntry &entry = entryOf(index);

@@ -223,7 +223,7 @@ bool ParsedFile::hasKeyPath(size_t index, std::string_view path) const {
     return path.empty();
 }
 
-bool readFileText(const std::string &path, FileText &text, int &error) {
+bool readFileText(const std::string &path, FileText &text, int &error, FileIdentity *identity) {
     text = FileText();
     error = 0;
     // O_NONBLOCK: opening a FIFO must not wait for a writer.
@@ -241,6 +241,7 @@ bool readFileText(const std::string &path, FileText &text, int &error) {
         ::close(fd);
         return false;
     }
+    if (identity) *identity = identityOf(info);
     // One byte more than the file holds, so that reading to its end needs no
     // second, larger buffer.
     FileText read = FileText::withCapacity(static_cast<size_t>(info.st_size) + 1);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "detail/BlockSyntax.h"
+#include "detail/FileIdentity.h"
 #include "detail/LineLexer.h"
 
 namespace teskpf {
@@ -144,7 +145,8 @@ private:
 
 // Reads the file at `path` whole (open, fstat, read). Returns false, leaving
 // `text` empty, when it cannot be opened or is not a regular file; `error`
-// then holds the errno value.
-bool readFileText(const std::string &path, FileText &text, int &error);
+// then holds the errno value. `identity`, when given, receives what the file
+// was when reading began.
+bool readFileText(const std::string &path, FileText &text, int &error, FileIdentity *identity = nullptr);
 
 }  // namespace teskpf

@@ -9,7 +9,8 @@
 namespace teskpf {
 
 // The text of the file at `path`. Throws IoError ("cannot read 'PATH': why")
-// when it cannot be opened or read or is not a regular file.
-FileText readFileOrThrow(const std::string &path);
+// when it cannot be opened or read or is not a regular file. `identity`, when
+// given, receives what the file was when reading began.
+FileText readFileOrThrow(const std::string &path, FileIdentity *identity = nullptr);
 
 }  // namespace teskpf

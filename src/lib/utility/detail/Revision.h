@@ -7,12 +7,20 @@
 #include <string>
 #include <string_view>
 
+#include "detail/ParsedFile.h"
 #include "pf_clock.h"
 
 namespace teskpf {
 
 // The name of the revision entry (at the top level only).
 inline constexpr std::string_view kRevisionName = "pf_revision_time";
+
+// Whether `entry` of `parsed` is the revision entry: a top-level member, of
+// any kind, named kRevisionName. Writing replaces it with a fresh revision
+// line at the end.
+inline bool isRevisionEntry(const ParsedFile &parsed, const FileEntry &entry) {
+    return entry.kind != EntryKind::Note && entry.parent < 0 && parsed.key(entry) == kRevisionName;
+}
 
 // The revision value for now: the integer part of the platform clock.
 inline std::string revisionTime() {

@@ -109,7 +109,10 @@ void writeAll(int fd, std::string_view content, const std::string &path) {
 
 }  // namespace
 
-void saveFile(const std::string &path, std::string_view content) {
+void saveFile(const std::string &path, std::string_view content) { saveFileChecked(path, content, nullptr, nullptr); }
+
+void saveFileChecked(const std::string &path, std::string_view content, const FileIdentity *expected,
+                     FileIdentity *written) {
     SaveTarget target = findSaveTarget(path);
     // A new file is created the way open(path, 0666) creates one, so the
     // umask or the directory's default ACL apply. The copy of an existing
@@ -119,9 +122,13 @@ void saveFile(const std::string &path, std::string_view content) {
     // After the writes: writing clears setuid and setgid bits.
     if (target.exists) copyFileAttributes(target.file.get(), target.info, temp.fd(), path);
     if (fsync(temp.fd()) != 0) throwSaveError(path, errno);
+    struct stat info;
+    if (written && fstat(temp.fd(), &info) == 0) *written = identityOf(info);
     temp.close(path);
     if (!stillNamesSameFile(target))
         throwSaveError(path, "another program replaced or created it meanwhile; not overwritten", EAGAIN);
+    if (expected && !stillNamesFile(target, *expected))
+        throwSaveError(path, "it changed since it was read; not overwritten", EAGAIN);
     temp.renameOver(target.name, path);
     // The rename lasts a crash only once the directory is flushed. File
     // systems that cannot flush a directory answer EINVAL.

@@ -176,4 +176,10 @@ bool stillNamesSameFile(const SaveTarget &target) {
     return target.exists && now.st_dev == target.info.st_dev && now.st_ino == target.info.st_ino;
 }
 
+bool stillNamesFile(const SaveTarget &target, const FileIdentity &expected) {
+    struct stat now;
+    return fstatat(target.dir.get(), target.name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+           identityOf(now) == expected;
+}
+
 }  // namespace teskpf

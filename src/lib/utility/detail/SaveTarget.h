@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <string_view>
 
+#include "FileIdentity.h"
 #include "UniqueFd.h"
 
 namespace teskpf {
@@ -28,5 +30,15 @@ SaveTarget findSaveTarget(const std::string &path);
 
 // Whether the target's name still names the file found (or still nothing).
 bool stillNamesSameFile(const SaveTarget &target);
+
+// Whether the target's name names a file that is still `expected`: the same
+// file, unchanged in size and modification time.
+bool stillNamesFile(const SaveTarget &target, const FileIdentity &expected);
+
+// saveFile, refusing with IoError "it changed since it was read" when
+// `expected` is given and the file is no longer that (checked right before
+// the rename); `written`, when given, receives what the new file is.
+void saveFileChecked(const std::string &path, std::string_view content, const FileIdentity *expected,
+                     FileIdentity *written);
 
 }  // namespace teskpf
