@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -15,6 +16,7 @@
 #include <unistd.h>
 
 #include <teskpf/diagnostics.h>
+#include <teskpf/document.h>
 
 #include "TeskPf.h"
 #include "generate_pf.h"
@@ -268,25 +270,41 @@ void BM_CheckWordList(benchmark::State &state) {
     state.SetComplexityN(static_cast<int64_t>(words));
 }
 
+// Two layers of NAME.pf, base/ and site/ in a directory of their own, on
+// PFPATH until the object goes away; then PFPATH is put back and the
+// directory removed.
+class TwoLayers {
+public:
+    TwoLayers(const std::string &tag, const std::string &name, const std::string &base, const std::string &site)
+        : dir_(fs::temp_directory_path() / ("teskpf-bench-" + tag + "-" + std::to_string(getpid()))) {
+        fs::create_directories(dir_ / "base");
+        fs::create_directories(dir_ / "site");
+        teskpf_bench::writeTextFile((dir_ / "base" / (name + ".pf")).string(), base);
+        teskpf_bench::writeTextFile((dir_ / "site" / (name + ".pf")).string(), site);
+        if (const char *saved = std::getenv("PFPATH")) previous_ = saved;
+        setenv("PFPATH", ((dir_ / "base").string() + ":" + (dir_ / "site").string()).c_str(), 1);
+    }
+    ~TwoLayers() {
+        if (previous_)
+            setenv("PFPATH", previous_->c_str(), 1);
+        else
+            unsetenv("PFPATH");
+        std::error_code ignored;
+        fs::remove_all(dir_, ignored);
+    }
+
+private:
+    fs::path dir_;
+    std::optional<std::string> previous_;
+};
+
 // teskpf::checkName on the same list in two layers: the site's copy has no
 // annotation, so every member is checked against the base's. Linear too:
 // the base's block annotation is made and hashed once for all members.
 void BM_CheckLayeredWordList(benchmark::State &state) {
     const size_t words = static_cast<size_t>(state.range(0));
-    const fs::path dir = fs::temp_directory_path() / ("teskpf-bench-layers-" + std::to_string(getpid()));
-    fs::create_directories(dir / "base");
-    fs::create_directories(dir / "site");
-    teskpf_bench::writeTextFile((dir / "base" / "words.pf").string(), wordList(words, wordAnnotation(words)));
-    teskpf_bench::writeTextFile((dir / "site" / "words.pf").string(), wordList(words, ""));
-    const char *saved = std::getenv("PFPATH");
-    const std::string previous = saved ? saved : "";
-    setenv("PFPATH", ((dir / "base").string() + ":" + (dir / "site").string()).c_str(), 1);
+    const TwoLayers layers("layers", "words", wordList(words, wordAnnotation(words)), wordList(words, ""));
     for (auto _ : state) benchmark::DoNotOptimize(teskpf::checkName("words"));
-    if (saved)
-        setenv("PFPATH", previous.c_str(), 1);
-    else
-        unsetenv("PFPATH");
-    fs::remove_all(dir);
     state.SetComplexityN(static_cast<int64_t>(words));
 }
 
@@ -296,8 +314,29 @@ void wordListSizes(benchmark::internal::Benchmark *family) {
     family->MinTime(kMinSeconds)->Unit(benchmark::kMillisecond)->Complexity(benchmark::oN);
 }
 
+// Node::check on every value of two layers where the site overrides each of N
+// base keys without repeating its annotation: each verdict looks the key up
+// in the base file, read alone once for all of them. Linear.
+void BM_CheckLayeredOverrides(benchmark::State &state) {
+    const size_t keys = static_cast<size_t>(state.range(0));
+    std::string base, site;
+    for (size_t i = 0; i < keys; ++i) {
+        base += "k" + std::to_string(i) + " 1 #<int>\n";
+        site += "k" + std::to_string(i) + " 2\n";
+    }
+    const TwoLayers layers("overrides", "keys", base, site);
+    for (auto _ : state) {
+        const teskpf::Document document = teskpf::Document::load("keys");
+        size_t ok = 0;
+        for (teskpf::Member member : document.root()) ok += member.node.check().ok;
+        benchmark::DoNotOptimize(ok);
+    }
+    state.SetComplexityN(static_cast<int64_t>(keys));
+}
+
 BENCHMARK(BM_CheckWordList)->Apply(wordListSizes);
 BENCHMARK(BM_CheckLayeredWordList)->Apply(wordListSizes);
+BENCHMARK(BM_CheckLayeredOverrides)->Apply(wordListSizes);
 
 }  // namespace
 

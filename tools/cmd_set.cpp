@@ -1,6 +1,6 @@
 // teskpf set NAME KEY VALUE [--file FILE] [--check] [-o FILE]: change one
 // value in place.
-#include <teskpf/search.h>
+#include <teskpf/classic.h>
 
 #include "command.h"
 #include "edit_source.h"
@@ -12,29 +12,23 @@ namespace teskpf_tool {
 
 namespace {
 
-// Refuses (exit 1) a value that fails the annotation in effect for entry
-// `index` of the merged view.
-void requireValid(const TeskPf &pf, int index, const std::string &value) {
-    std::string candidate = value;
-    if (!pf.checkValue(index, &candidate, nullptr))
-        throw ToolError("set: " + pf.getKey(index) + ": " + value + " does not satisfy " +
-                            effectiveConstraints(pf, index) + "; nothing written",
-                        kExitFailed);
+// With --check, refuses (exit 1) the edit made in `editor` when KEY, read as
+// it would be after it, fails the annotation in effect.
+void requireValid(const CommandLine &line, const teskpf::Editor &editor, const std::string &key) {
+    if (!line.has("--check")) return;
+    const teskpf::Verdict verdict = teskpf::checkEdit(line.positional[0], editor.name(), editor.text(), key);
+    if (!verdict.ok) throw ToolError("set: " + verdict.message + "; nothing written", kExitFailed);
 }
 
 // --file FILE: set KEY in FILE, adding it there when FILE lacks it.
 void setInFile(const CommandLine &line, const std::string &key, const std::string &value) {
-    const std::string &name = line.positional[0];
-    if (line.has("--check") && !teskpf::parameterFiles(name).empty()) {
-        TeskPf pf = loadParameterFile(name);
-        if (int index = pf.getEntryIndex(key); index >= 0) requireValid(pf, index, value);
-    }
     teskpf::Editor editor = openForEditing("set", line.value("--file"), false);
     editAndSave("set", editor, [&](teskpf::Editor &e) {
         if (e.lineOf(key) >= 0)
             e.setValue(key, value);
         else
             e.add(key, value);
+        requireValid(line, e, key);
     });
 }
 
@@ -53,7 +47,6 @@ int runSet(const CommandLine &line) {
     LockedSource source = lockSourceOf(name, key);
     if (isBlockOpening(*source.pf, source.index))
         throw ToolError("set: " + key + " is a block; only plain values can be set", kExitError);
-    if (line.has("--check")) requireValid(*source.pf, source.index, value);
     // The merged view is needed further only for -o: an in-place edit frees
     // it before the editor reads the file.
     if (!line.has("-o")) source.pf.reset();
@@ -62,11 +55,15 @@ int runSet(const CommandLine &line) {
         // The edit is tried on the source file first, so that -o refuses what
         // an in-place edit refuses.
         editor.setValueAtLine(source.line, value);
+        requireValid(line, editor, key);
         source.pf->setValue(source.index, value, 0);
         writeToOutput(*source.pf, line.value("-o"));
         return kExitOk;
     }
-    editAndSave("set", editor, [&](teskpf::Editor &e) { e.setValueAtLine(source.line, value); });
+    editAndSave("set", editor, [&](teskpf::Editor &e) {
+        e.setValueAtLine(source.line, value);
+        requireValid(line, e, key);
+    });
     return kExitOk;
 }
 
@@ -83,7 +80,8 @@ Command setCommand() {
             "--file, FILE is edited instead (e.g. a site override layer), and KEY\n"
             "is added there as the last member of its block when FILE lacks it.\n"
             "The file is locked while it is read, edited and saved atomically.\n"
-            "With --check, a VALUE that fails the annotation in effect gives exit\n"
+            "With --check, a VALUE that fails the annotation in effect (as 'teskpf\n"
+            "check' would see it after the edit, added keys included) gives exit\n"
             "status 1 and writes nothing. A VALUE that would not read back as\n"
             "given (a tab, white space at either end, a leading \"&Arr\"/\"&Tbl\", an\n"
             "empty list member or one starting with \"}\") and a KEY that opens a\n"

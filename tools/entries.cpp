@@ -1,6 +1,5 @@
 #include "entries.h"
 
-#include <teskpf/classic.h>
 #include "tool_error.h"
 
 namespace teskpf_tool {
@@ -21,16 +20,6 @@ bool isCommentEntry(const TeskPf &pf, int index) { return pf.getKey(index).empty
 bool isBlockOpening(const TeskPf &pf, int index) {
     std::string value = pf.getEntry(index).get(FIELD_VALUE);
     return value == "&Arr" || value == "&Tbl";
-}
-
-std::string effectiveConstraints(const TeskPf &pf, int index) {
-    int annotated = teskpf::annotatedEntry(pf, index);
-    return annotated < 0 ? "" : pf.getConstraints(annotated, nullptr);
-}
-
-std::string violationText(const TeskPf &pf, int index) {
-    return pf.getKey(index) + ": " + pf.getValue(index, nullptr, nullptr) + " does not satisfy " +
-           effectiveConstraints(pf, index);
 }
 
 }  // namespace teskpf_tool

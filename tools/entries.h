@@ -22,11 +22,4 @@ bool isCommentEntry(const TeskPf &pf, int index);
 // Whether the entry opens an "&Arr{" or "&Tbl{" block.
 bool isBlockOpening(const TeskPf &pf, int index);
 
-// The constraint text the library checks entry `index` against: its own,
-// else (for a block member) its enclosing block's.
-std::string effectiveConstraints(const TeskPf &pf, int index);
-
-// "KEY: VALUE does not satisfy CONSTRAINTS" for entry `index`.
-std::string violationText(const TeskPf &pf, int index);
-
 }  // namespace teskpf_tool

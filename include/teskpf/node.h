@@ -28,9 +28,10 @@ struct Source {
 
 // Where the annotation that applies to a value comes from.
 enum class AnnotationOrigin {
-    None,       // no annotation applies
-    Own,        // the entry's own comment
-    Enclosing,  // the comment of the block that directly contains it
+    None,        // no annotation applies
+    Own,         // the entry's own comment
+    Enclosing,   // the comment of the block that directly contains it
+    Overridden,  // the annotation of the definition this one overrides, in a lower file
 };
 
 // The type an annotation asks for.
@@ -41,6 +42,7 @@ struct Verdict {
     bool ok = false;                                   // whether the value satisfies the annotation
     std::string annotation;                            // the annotation text in effect; "" when none
     AnnotationOrigin origin = AnnotationOrigin::None;  // where that text comes from
+    Source from;                                       // the entry that carries it; {"", 0} when none
     std::vector<ValueType> types;                      // one per annotation; empty when none parses
     std::string message;                               // why not; "" when ok
 
@@ -115,9 +117,11 @@ public:
     }
     std::string value_or(const char *fallback) const { return value_or(std::string(fallback)); }
 
-    // The value against the annotation in effect (its own, else its enclosing
-    // block's). A block passes unless its own annotation does not parse; an
-    // empty node fails with the message "no such key".
+    // The value against the annotation in effect: its own, else its enclosing
+    // block's, else the one that applies to the same key path in the nearest
+    // lower file (see docs/format.md). A block passes unless that annotation
+    // does not parse: an annotation that reaches a block is for its members.
+    // An empty node fails with the message "no such key".
     Verdict check() const;
 
 private:

@@ -17,6 +17,7 @@ const char *originName(teskpf::AnnotationOrigin origin) {
     switch (origin) {
     case teskpf::AnnotationOrigin::Own: return "own";
     case teskpf::AnnotationOrigin::Enclosing: return "enclosing";
+    case teskpf::AnnotationOrigin::Overridden: return "overridden";
     default: return "none";
     }
 }
@@ -41,6 +42,8 @@ void bindDocument(py::module_ &module) {
         .def_readonly("ok", &teskpf::Verdict::ok)
         .def_readonly("annotation", &teskpf::Verdict::annotation)
         .def_property_readonly("origin", [](const teskpf::Verdict &v) { return originName(v.origin); })
+        .def_property_readonly("where",
+                               [](const teskpf::Verdict &v) { return std::make_pair(v.from.file, v.from.line); })
         .def_property_readonly("types",
                                [](const teskpf::Verdict &v) {
                                    std::vector<std::string> names;

@@ -145,6 +145,8 @@ class Entry:
     comment: str
     annotation: str  # the entry's own annotation text
     ok: bool  # whether the value satisfies the annotation in effect
+    checked_against: str = ""  # the annotation in effect; "" when none applies
+    checked_against_at: str = ""  # "file:line" of that annotation; "" when none
 
 
 class Config(Block):
@@ -167,8 +169,10 @@ class Config(Block):
         if not node:
             raise KeyError(key)
         file, line = node.source()
+        verdict = node.check()
+        at = f"{verdict.where[0]}:{verdict.where[1]}" if verdict.annotation else ""
         return Entry(file, line, node.level(), node.key_path(), node.text(), node.comment(), node.annotation(),
-                     node.check().ok)
+                     verdict.ok, verdict.annotation, at)
 
     def check(self) -> list[Diagnostic]:
         """The diagnostics of the files read, as ``teskpf check`` reports them."""

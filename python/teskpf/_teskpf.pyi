@@ -22,7 +22,8 @@ class EditError(Error):
 class Verdict:
     ok: bool
     annotation: str
-    origin: str  # "none", "own" or "enclosing"
+    origin: str  # "none", "own", "enclosing" or "overridden" (a lower file's definition)
+    where: tuple[str, int]  # file and 1-based line of the annotation; ("", 0) when none
     types: list[str]  # "str", "int", "float", "color", "font", "regex"
     message: str
 

@@ -71,7 +71,8 @@ TEST_F(Tool, CommandsReadingFiles) {
         {{"get", "broken", "rate", "--check"}, "1|fast\n|teskpf: [\"rate\"]: fast does not satisfy <float>\n"},
         {{"get", "broken", "[\"chan\"][0]", "--check"},
          "1|BHZ\n|teskpf: [\"chan\"][0]: BHZ does not satisfy <str>(HHZ HHN)\n"},
-        {{"get", "broken", "odd", "--check"}, "0|7\n|"},  // unparsed: nothing to check
+        // check reports the annotation that does not parse, and so does get --check.
+        {{"get", "broken", "odd", "--check"}, "1|7\n|teskpf: [\"odd\"]: cannot parse constraints '<bogus>'\n"},
         {{"get", "good", "[\"chan\"][9]"}, "1||teskpf: no key [\"chan\"][9] in 'good'\n"},
         {{"check", "good"}, "0||ok: 1 file, no problems\n"},
         {{"check", "good", "broken"}, std::string("1|") + kBrokenReport + "|4 errors, 0 warnings in 2 files\n"},

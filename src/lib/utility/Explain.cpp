@@ -2,6 +2,8 @@
 // the annotation its value is checked against.
 #include <cstdint>
 
+#include "detail/AnnotationInEffect.h"
+#include "detail/ClassicAccess.h"
 #include "detail/EntryStore.h"
 #include "detail/KeyPath.h"
 #include "detail/Layers.h"
@@ -83,14 +85,11 @@ KeyExplanation explain(const std::string &name, const std::string &key_path) {
             if (at >= 0 && definition.file == layers.files[static_cast<size_t>(at)].path &&
                 definition.line == source.line + 1)
                 chosen = &definition;
-        const AnnotationInEffect annotation = *AnnotationResolver(layers).of(index);
-        out.annotation = annotation.text;
-        if (!annotation.text.empty()) {
-            const int origin = layers.layerOf(annotation.origin.file);
-            out.annotation_origin =
-                (origin >= 0 ? layers.files[static_cast<size_t>(origin)].path : annotation.origin.file) + ":" +
-                std::to_string(annotation.origin.line + 1);
-        }
+        // The annotation found lives as long as the resolver that found it.
+        detail::AnnotationInEffect annotations(*detail::ClassicAccess::store(*layers.merged));
+        const detail::FoundAnnotation annotation = annotations.of(static_cast<size_t>(index));
+        out.annotation = std::string(annotation.text());
+        if (!out.annotation.empty()) out.annotation_origin = layers.reported(annotation.where());
     }
     if (chosen) chosen->in_effect = true;
     out.reason = reasonFor(layers, out, chosen);

@@ -1,7 +1,5 @@
 #include "detail/Layers.h"
 
-#include <teskpf/classic.h>
-
 #include <system_error>
 
 #include "detail/ClassicAccess.h"
@@ -73,13 +71,6 @@ Layers Layers::ofName(const std::string &name) {
     Layers layers;
     for (const std::string &path : paths) layers.files.push_back(readLayer(path, path));
     layers.merged = loadClassic(layers.files.data(), layers.files.size(), name, layers.merged_error);
-    // A lower layer alone tells which annotation an override replaced.
-    if (layers.files.size() > 1) {
-        for (size_t i = 0; i + 1 < layers.files.size(); ++i) {
-            std::string ignored;
-            layers.files[i].alone = loadClassic(&layers.files[i], 1, layers.files[i].source, ignored);
-        }
-    }
     return layers;
 }
 
@@ -89,50 +80,15 @@ int Layers::layerOf(const std::string &source) const {
     return -1;
 }
 
+std::string Layers::reported(const Source &where) const {
+    const int at = layerOf(where.file);
+    return (at >= 0 ? files[static_cast<size_t>(at)].path : where.file) + ":" + std::to_string(where.line);
+}
+
 SourceLine splitSource(const std::string &source) {
     size_t colon = source.rfind(':');
     if (colon == std::string::npos) return {};
     return {source.substr(0, colon), std::strtol(source.c_str() + colon + 1, nullptr, 10)};
-}
-
-std::shared_ptr<const AnnotationInEffect> AnnotationResolver::made(const TeskPf &pf, int annotated, bool inherited,
-                                                                   bool shared) {
-    if (shared) {
-        auto found = blocks_.find({&pf, annotated});
-        if (found != blocks_.end()) return found->second;
-    }
-    auto annotation = std::make_shared<const AnnotationInEffect>(
-        AnnotationInEffect{pf.getConstraints(annotated, nullptr), splitSource(pf.getSource(annotated)), inherited});
-    if (shared) blocks_.emplace(std::make_pair(&pf, annotated), annotation);
-    return annotation;
-}
-
-std::shared_ptr<const AnnotationInEffect> AnnotationResolver::of(int index) {
-    static const auto none = std::make_shared<const AnnotationInEffect>();
-    const TeskPf &merged = *layers_.merged;
-    // A block's annotation serves all its members: made once, in any layer.
-    const int annotated = annotatedEntry(merged, index);
-    if (annotated >= 0) return made(merged, annotated, false, annotated != index);
-    const std::string key = merged.getKey(index);
-    const std::string_view block_key = enclosingKey(key);
-    for (int below = layers_.layerOf(splitSource(merged.getSource(index)).file); below-- > 0;) {
-        const std::optional<TeskPf> &alone = layers_.files[static_cast<size_t>(below)].alone;
-        if (!alone) continue;
-        const TeskPf &lower = *alone;
-        const int replaced = lower.getEntryIndex(key);
-        if (replaced >= 0) {
-            const int lower_annotated = annotatedEntry(lower, replaced);
-            if (lower_annotated >= 0) return made(lower, lower_annotated, true, lower_annotated != replaced);
-            continue;
-        }
-        // A member the lower layer lacks: the own annotation of the block
-        // the override replaced there.
-        const int block = block_key.empty() ? -1 : lower.getEntryIndex(std::string(block_key));
-        if (block < 0 || annotatedEntry(lower, block) != block) continue;
-        if (detail::ClassicAccess::store(lower)->entryOf(static_cast<size_t>(block)).opensBlock())
-            return made(lower, block, true, true);
-    }
-    return none;
 }
 
 }  // namespace teskpf

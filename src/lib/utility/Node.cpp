@@ -12,15 +12,6 @@ namespace teskpf {
 
 namespace {
 
-// The annotation text that applies to `entry` and where it comes from: its
-// own, else that of the block its key path sits in (as TeskPf::checkValue).
-std::pair<std::string, AnnotationOrigin> annotationInEffect(const detail::DocumentData &data, int32_t entry) {
-    const int annotated = data.store.annotatedEntry(static_cast<size_t>(entry));
-    if (annotated < 0) return {{}, AnnotationOrigin::None};
-    return {std::string(data.store.constraints(static_cast<size_t>(annotated))),
-            annotated == entry ? AnnotationOrigin::Own : AnnotationOrigin::Enclosing};
-}
-
 EntryKind kindOf(const detail::DocumentData &data, int32_t entry) {
     return data.store.entryOf(static_cast<size_t>(entry)).kind;
 }
@@ -144,23 +135,7 @@ Verdict Node::check() const {
         verdict.ok = true;
         return verdict;
     }
-    auto [annotation, origin] = annotationInEffect(*data_, entry_);
-    verdict.annotation = annotation;
-    verdict.origin = origin;
-    if (origin == AnnotationOrigin::None) {
-        verdict.ok = true;
-        return verdict;
-    }
-    const Table<TeskPf_Constraint> *table = data_->store.constraintTable(annotation);
-    if (!table) {
-        verdict.message = key_path() + ": cannot parse constraints '" + annotation + "'";
-        return verdict;
-    }
-    for (const TeskPf_Constraint &constraint : *table) verdict.types.push_back(static_cast<ValueType>(constraint.type));
-    // A block's annotation is for its members, not for its marker.
-    verdict.ok = !is_value() || AnnotationCheck(*table).satisfies(text());
-    if (!verdict.ok) verdict.message = key_path() + ": " + std::string(text()) + " does not satisfy " + annotation;
-    return verdict;
+    return detail::verdictOf(data_->annotations.of(static_cast<size_t>(entry_)), key_path(), text(), is_value());
 }
 
 }  // namespace teskpf

@@ -154,20 +154,17 @@ bool TeskPf::checkValue(string key, string *invalue, Table<int> *types) const {
 
 bool TeskPf::checkValue(int index, string *invalue, Table<int> *types) const {
     if (!validIndex(index)) return false;
-    const Table<TeskPf_Constraint> &constraints = getConstraintsTable(index);
+    const int annotated = store->annotatedEntry(static_cast<size_t>(index));
+    const teskpf::AnnotationCheck *check =
+        annotated < 0 ? nullptr : store->annotationCheck(store->constraints(static_cast<size_t>(annotated)));
     if (types) {
         types->clear();
-        for (const TeskPf_Constraint &constraint : constraints) types->set(-1, constraint.type);
+        if (check)
+            for (const TeskPf_Constraint &constraint : check->constraints()) types->set(-1, constraint.type);
     }
-    if (constraints.empty()) return true;
+    if (!check) return true;
     string buffer;
-    std::string_view value = invalue ? std::string_view(*invalue) : storedValue(index, buffer);
-    Table<string> values = teskpf::splitFields(value);
-    if (values.size() != constraints.size()) return false;
-    for (size_t i = 0; i < values.size(); ++i) {
-        if (!teskpf::fieldSatisfies(values[i], constraints[i])) return false;
-    }
-    return true;
+    return check->satisfies(invalue ? std::string_view(*invalue) : storedValue(index, buffer));
 }
 
 // ---- Editing ----------------------------------------------------------------

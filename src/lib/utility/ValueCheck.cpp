@@ -42,14 +42,6 @@ std::optional<double> leadingFloat(const std::string &field) {
 
 namespace {
 
-bool isWord(const std::string &field, const Table<std::string> &words) {
-    if (words.empty()) return true;
-    for (const std::string &word : words) {
-        if (field == word) return true;
-    }
-    return false;
-}
-
 // The verdict for every type but <str>, whose words need a lookup.
 bool hasTypeOf(const std::string &field, int type) {
     switch (type) {
@@ -63,11 +55,6 @@ bool hasTypeOf(const std::string &field, int type) {
 }
 
 }  // namespace
-
-bool fieldSatisfies(const std::string &field, const TeskPf_Constraint &constraint) {
-    if (constraint.type == CONSTRAINT_STR) return isWord(field, constraint.string_enum);
-    return hasTypeOf(field, constraint.type);
-}
 
 AnnotationCheck::AnnotationCheck(Table<TeskPf_Constraint> constraints) : constraints_(std::move(constraints)) {
     words_.reserve(constraints_.size());

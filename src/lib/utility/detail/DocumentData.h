@@ -11,6 +11,7 @@
 
 #include <teskpf/document.h>
 
+#include "detail/AnnotationInEffect.h"
 #include "detail/EditedTexts.h"
 #include "detail/EntryStore.h"
 
@@ -23,9 +24,10 @@ struct DocumentData {
 
     std::vector<std::string> files;  // lowest precedence first
     Store store;
-    EditedTexts edited_values;                   // set() by entry index
-    std::vector<int32_t> parents;                // enclosing block's entry; -1 at the top level and for notes
-    std::vector<std::vector<int32_t>> children;  // [0]: top level; [i + 1]: members of entry i
+    mutable AnnotationInEffect annotations{store};  // reads lower files alone once, when first needed
+    EditedTexts edited_values;                      // set() by entry index
+    std::vector<int32_t> parents;                   // enclosing block's entry; -1 at the top level and for notes
+    std::vector<std::vector<int32_t>> children;     // [0]: top level; [i + 1]: members of entry i
     ChangeHook on_change;
 
     const std::vector<int32_t> &childrenOf(int32_t entry) const { return children[static_cast<size_t>(entry + 1)]; }

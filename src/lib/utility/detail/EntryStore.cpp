@@ -175,7 +175,7 @@ void Store::registerConstraints(const ParsedFile &file) {
         }
         if (constraint_tables.count(text) != 0) continue;
         std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(text);
-        if (table) constraint_tables.emplace(text, std::move(*table));
+        if (table) constraint_tables.emplace(text, AnnotationCheck(std::move(*table)));
     }
 }
 
@@ -365,6 +365,11 @@ int Store::enclosingEntry(size_t index) const {
 }
 
 const Table<TeskPf_Constraint> *Store::constraintTable(std::string_view text) const {
+    const AnnotationCheck *check = annotationCheck(text);
+    return check ? &check->constraints() : nullptr;
+}
+
+const AnnotationCheck *Store::annotationCheck(std::string_view text) const {
     auto found = constraint_tables.find(text);
     return found == constraint_tables.end() ? nullptr : &found->second;
 }

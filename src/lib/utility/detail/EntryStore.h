@@ -15,6 +15,7 @@
 #include "detail/AnnotationRule.h"
 #include "detail/KeyPathIndex.h"
 #include "detail/ParsedFile.h"
+#include "detail/ValueCheck.h"
 
 namespace teskpf::detail {
 
@@ -49,6 +50,11 @@ public:
     size_t size() const { return entries.size(); }
 
     const ParsedFile &fileOf(size_t index) const { return files[entries[index].file]; }
+    // The files read, the one of highest precedence first (id 0), and the id
+    // of the file entry `index` was read from.
+    size_t fileCount() const { return files.size(); }
+    const ParsedFile &file(size_t id) const { return files[id]; }
+    size_t fileIdOf(size_t index) const { return entries[index].file; }
     const FileEntry &entryOf(size_t index) const { return fileEntry(entries[index]); }
     bool isNote(size_t index) const { return entryOf(index).kind == EntryKind::Note; }
 
@@ -76,6 +82,8 @@ public:
     // The parsed table of an annotation text; null when the text was not
     // registered (not read on any member line, or malformed).
     const Table<TeskPf_Constraint> *constraintTable(std::string_view text) const;
+    // The same annotation prepared for checking values; null as above.
+    const AnnotationCheck *annotationCheck(std::string_view text) const;
 
     // Calls visit(index, key_path) for every entry in order; the path is
     // built in one growing string.
@@ -106,7 +114,7 @@ private:
     KeyPathIndex key_index;
     int32_t last_note = -1;          // what the empty key finds
     bool top_level_by_text = false;  // a top-level name holds "[", "]" or '"', or repeats
-    std::unordered_map<std::string_view, Table<TeskPf_Constraint>> constraint_tables;  // views into `files`
+    std::unordered_map<std::string_view, AnnotationCheck> constraint_tables;  // views into `files`
 };
 
 template <typename Visit>

@@ -1,13 +1,14 @@
 // The files a check or an explanation reads: each file's parse (for exact
 // lines and columns) and classic handle, and the merged classic handle that
-// decides which definition is in effect and which annotation applies.
+// decides which definition is in effect and which annotation applies (see
+// AnnotationInEffect.h).
 #pragma once
 
-#include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <teskpf/node.h>
 
 #include "TeskPf.h"
 #include "detail/ParsedFile.h"
@@ -19,7 +20,6 @@ struct Layer {
     std::string source;                  // the file part of the classic handle's sources
     std::optional<ParsedFile> parsed;    // none when the text does not parse
     std::string parse_error;             // why it does not
-    std::optional<TeskPf> alone;         // the file read on its own; none when it does not load
     std::vector<int32_t> entry_at_line;  // 0-based line -> index of its entry in `parsed`, or -1
 };
 
@@ -36,6 +36,8 @@ struct Layers {
 
     // The index of the file whose sources read `source`; -1 when none.
     int layerOf(const std::string &source) const;
+    // "PATH:LINE" of a place its sources name, with the path as reported.
+    std::string reported(const Source &where) const;
 };
 
 // A "file:line" source of a classic handle split in its parts (line 0-based).
@@ -44,33 +46,5 @@ struct SourceLine {
     long line = -1;
 };
 SourceLine splitSource(const std::string &source);
-
-// The annotation a value is checked against and where it was written.
-struct AnnotationInEffect {
-    std::string text;        // "" when none applies
-    SourceLine origin;       // the entry that carries it
-    bool inherited = false;  // from the definition in a lower layer that this one overrides
-};
-
-// Finds the annotation of merged entries: its own, else its enclosing block's
-// (the classic rule), else that of the same key in the nearest lower layer
-// that defines it with one (an override keeps the rule it replaced), or, for
-// a member that layer lacks, the annotation of the block it replaced there.
-// A block's annotation is made once, however many members it has.
-class AnnotationResolver {
-public:
-    explicit AnnotationResolver(const Layers &layers) : layers_(layers) {}
-    // The annotation of merged entry `index`; never null, its text "" when none applies.
-    std::shared_ptr<const AnnotationInEffect> of(int index);
-
-private:
-    // The annotation written on entry `annotated` of `pf`; `inherited` when
-    // `pf` is a lower layer; made once when `shared` (a block's).
-    std::shared_ptr<const AnnotationInEffect> made(const TeskPf &pf, int annotated, bool inherited, bool shared);
-
-    const Layers &layers_;
-    // Block annotations made so far, by handle and entry.
-    std::map<std::pair<const TeskPf *, int>, std::shared_ptr<const AnnotationInEffect>> blocks_;
-};
 
 }  // namespace teskpf

@@ -14,13 +14,6 @@ namespace teskpf {
 // The maximal runs of characters other than blank and tab, in order.
 Table<std::string> splitFields(std::string_view text);
 
-// Whether one field satisfies one constraint record: <str> one of its words
-// (any field when it has none), <int> a leading integer in base 0 notation
-// (decimal, 0x hex, 0 octal) that fits 64 bits, <float> a leading
-// floating-point number without range error (read in the C locale whatever
-// the application's locale), <color>/<font>/<regex> anything.
-bool fieldSatisfies(const std::string &field, const TeskPf_Constraint &constraint);
-
 // The numbers an <int> / <float> field stands for. These are the conversions
 // the checks use, so a field converts exactly when it satisfies the check:
 // the leading number is read and text after it is ignored.
@@ -33,13 +26,19 @@ std::optional<double> leadingFloat(const std::string &field);
 
 // One parsed annotation, prepared for checking many values: the words of each
 // <str>(...) are hashed once, so a check costs time linear in the value, not
-// in the word list. Verdicts are those of TeskPf::checkValue.
+// in the word list. The one value check of the library: the classic
+// checkValue and every other reader ask it.
 class AnnotationCheck {
 public:
     explicit AnnotationCheck(Table<TeskPf_Constraint> constraints);
     // Whether `value` has one field per annotation and each field satisfies
-    // its annotation; true for an empty annotation.
+    // its annotation: <str> one of its words (any field when it has none),
+    // <int> a leading integer in base 0 notation (decimal, 0x hex, 0 octal)
+    // that fits 64 bits, <float> a leading floating-point number without range
+    // error (read in the C locale whatever the application's locale),
+    // <color>/<font>/<regex> anything. True for an empty annotation.
     bool satisfies(std::string_view value) const;
+    const Table<TeskPf_Constraint> &constraints() const { return constraints_; }
 
 private:
     Table<TeskPf_Constraint> constraints_;
