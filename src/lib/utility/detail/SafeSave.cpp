@@ -65,9 +65,7 @@ public:
                 return;
             }
             if (errno != EEXIST)
-                throwSaveError(path,
-                               "cannot create a temporary file in its directory: " + std::string(std::strerror(errno)),
-                               errno);
+                throwSaveError(path, "cannot create a temporary file in its directory: " + errorText(errno), errno);
         }
         throwSaveError(path, EEXIST);
     }
@@ -127,10 +125,9 @@ void saveFile(const std::string &path, std::string_view content) {
     // systems that cannot flush a directory answer EINVAL.
     if (fsync(target.dir.get()) != 0 && errno != EINVAL) {
         int error = errno;
-        throwSaveError(path,
-                       "the new content is in place but its directory could not be flushed to disk: " +
-                           std::string(std::strerror(error)),
-                       error);
+        throwSaveError(
+            path, "the new content is in place but its directory could not be flushed to disk: " + errorText(error),
+            error);
     }
 }
 
