@@ -8,6 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <teskpf/classic.h>
+#include <teskpf/diagnostics.h>
+#include <teskpf/document.h>
+
 #include "run_tool.h"
 #include "test_support.h"
 
@@ -131,4 +135,36 @@ TEST_F(Tool, CommandsWritingFiles) {
     EXPECT_EQ(run({"set", "conf/station.conf", "k", "w"}, ""), "0||");
     EXPECT_EQ(get("conf/station.conf"), "k w\n");
     EXPECT_FALSE(fs::exists(dir.path() + "/conf/station.conf.pf"));
+}
+
+// A file reached several times along PFPATH (a repeated directory, another
+// spelling of it, a link to it) is read once, where it last appears: what the
+// library, check and the tool report is what the search path without the
+// repeats gives, even for a file that defines a key twice.
+TEST_F(Tool, RepeatedSearchPathEntriesReadEachFileOnce) {
+    dir.write("low/st.pf", "# low\nrate 5 #<int>\nonly_low x\ngain &Arr{\n  a 1\n}\n");
+    dir.write("high/st.pf", "# high\nrate fast #<int>\ngain &Arr{\n  b 2\n}\nrate 7 #<float>\nextra &Tbl{\n  1\n}\n");
+    fs::create_directory_symlink("high", dir.path() + "/link");
+    const auto seen = [&](const std::string &pfpath) {
+        ScopedEnv env("PFPATH", pfpath);
+        ScopedCwd cwd(dir.path());
+        std::string all;
+        const teskpf::Document document = teskpf::Document::load("st");
+        all += document.to_string() + "|";
+        for (const auto &[name, node] : document)
+            all += node.source().file + ":" + std::to_string(node.source().line) + " ";
+        const TeskPf pf("st", 0);
+        for (const std::string &row : rows(pf.getList())) all += row + "\n";
+        for (const teskpf::Diagnostic &found : teskpf::checkName("st"))
+            all += found.file + ":" + std::to_string(found.line) + " " + found.message + "\n";
+        all += run({"show", "st"}, pfpath) + run({"check", "st"}, pfpath) + run({"get", "st", "rate"}, pfpath);
+        return all;
+    };
+    for (const auto &[once, repeated] : std::vector<std::pair<std::string, std::string>>{
+             {"low:high", "low:high:low:high:high"},
+             {"low:high", "high:low:high"},
+             {"low:link", "low:./high/:low//:link"},
+             {"high:low", "high:low:high:low"},
+         })
+        EXPECT_EQ(seen(repeated), seen(once)) << repeated;
 }
