@@ -6,6 +6,7 @@
 #include <grp.h>
 #include <pwd.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -17,6 +18,7 @@
 #include <unistd.h>
 
 #include <sched.h>
+#include <algorithm>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
@@ -587,7 +589,122 @@ TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
         EXPECT_EQ(readText(at("out.conf")).size(), ignored ? big.size() : 4);  // the new text, or the old
     }
 }
+
+// A save that is killed leaves its temporary file; the next save of the
+// same file removes it, but never the temporary file of a save still going
+// on, even one stopped for a while.
+TEST_F(SafeSave, NextSaveRemovesTheTemporaryFileOfAKilledSave) {
+    std::string big;  // large enough that writing it takes a while
+    for (int i = 0; i < 200000; ++i) big += "key" + std::to_string(i) + " a value of some length\n";
+    dir.write("big.pf", big);
+    pid_t pid = 0;
+    bool caught = false;
+    for (int attempt = 0; attempt < 20 && !caught; ++attempt) {
+        makeFile(at("out.conf"), "old\n", 0644);
+        caught = stoppedWhileWriting(dir, pid, SIGKILL, false);
+    }
+    ASSERT_TRUE(caught) << "the tool always ended before it could be stopped";
+    const Rows writing = tempFiles(dir.path());
+    ASSERT_EQ(writing.size(), 1u);
+    EXPECT_EQ(save(at("out.conf"), "meanwhile\n"), "ok");
+    EXPECT_EQ(tempFiles(dir.path()), writing) << "the stopped writer's file was removed";
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    EXPECT_EQ(tempFiles(dir.path()), writing);
+    EXPECT_EQ(save(at("out.conf"), "after\n"), "ok");
+    EXPECT_EQ(readText(at("out.conf")), "after\n");
+}
 #endif
+
+// Which files of a temporary file's naming a save removes: those of its own
+// target that no live writer holds, and nothing else.
+TEST_F(SafeSave, RemovesOnlyLeftoverTemporaryFilesOfItsOwnTarget) {
+    makeFile(at("x.pf"), "a 1\n", 0644);
+    makeFile(at("victim"), "keep\n", 0644);
+    const std::string ours = ".x.pf.teskpf-";
+    const Rows leftovers = {ours + "AAAAAAAAAAAA", ours + "abcXYZ012789"};
+    for (const std::string &name : leftovers) makeFile(at(name), "half written", 0600);
+    // Left alone: names not of this naming, what is no plain file of ours.
+    Rows kept = {ours + "CCCCCCCCCCC",        ours + "CCCCCCCCCCCCC",     ours + "CCCCCCCCCCC!",
+                 ".y.pf.teskpf-CCCCCCCCCCCC", "x.pf.teskpf-CCCCCCCCCCCC", ours + "CCCCCC.CCCCC"};
+    for (const std::string &name : kept) makeFile(at(name), "other", 0600);
+    ASSERT_EQ(mkdir(at(ours + "DDDDDDDDDDDD").c_str(), 0700), 0);
+    ASSERT_EQ(symlink(at("victim").c_str(), at(ours + "EEEEEEEEEEEE").c_str()), 0);
+    ASSERT_EQ(mkfifo(at(ours + "FFFFFFFFFFFF").c_str(), 0600), 0);
+    makeFile(at(ours + "GGGGGGGGGGGG"), "nobody's", 0600, kNobody, kNogroup);
+    makeFile(at(ours + "HHHHHHHHHHHH"), "linked", 0600);
+    ASSERT_EQ(link(at(ours + "HHHHHHHHHHHH").c_str(), at("second-name").c_str()), 0);
+    kept.insert(kept.end(), {ours + "DDDDDDDDDDDD", ours + "EEEEEEEEEEEE", ours + "FFFFFFFFFFFF", ours + "GGGGGGGGGGGG",
+                             ours + "HHHHHHHHHHHH"});
+    // A live writer: another process holds the lock on its file.
+    const std::string live = ours + "LLLLLLLLLLLL";
+    int ready[2], done[2];
+    ASSERT_TRUE(pipe(ready) == 0 && pipe(done) == 0);
+    pid_t pid = fork();
+    if (pid == 0) {
+        close(done[1]);
+        const int fd = open(at(live).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+        const char byte = fd >= 0 && flock(fd, LOCK_EX) == 0 ? 'y' : 'n';
+        ssize_t ignored = write(ready[1], &byte, 1);
+        (void)ignored;
+        char wait;
+        ignored = read(done[0], &wait, 1);  // until the parent closes its end
+        _exit(0);
+    }
+    close(ready[1]);
+    close(done[0]);
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    ASSERT_EQ(byte, 'y');
+
+    EXPECT_EQ(save(at("x.pf"), "a 2\n"), "ok");
+    Rows expected = kept;
+    expected.push_back(live);
+    std::sort(expected.begin(), expected.end());
+    Rows found = tempFiles(dir.path());
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(readText(at("victim")), "keep\n");
+    EXPECT_EQ(readText(at("second-name")), "linked");
+
+    close(done[1]);  // the writer ends
+    waitpid(pid, nullptr, 0);
+    close(ready[0]);
+    EXPECT_EQ(save(at("x.pf"), "a 3\n"), "ok");
+    found = tempFiles(dir.path());
+    std::sort(found.begin(), found.end());
+    std::sort(kept.begin(), kept.end());
+    EXPECT_EQ(found, kept);
+    for (const std::string &name : kept) fs::remove(at(name));
+}
+
+// Saves of one file from many processes at once, without a lock: each
+// removes leftovers while the others write, and none loses its temporary
+// file to another (a lost one would fail the rename).
+TEST_F(SafeSave, ConcurrentSavesKeepEachOthersTemporaryFiles) {
+    const std::string path = at("shared.pf");
+    makeFile(path, "n 0\n", 0644);
+    const int kProcesses = 6, kRounds = 40;
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        pid_t pid = fork();
+        if (pid == 0) {
+            int failed = 0;
+            for (int round = 0; round < kRounds; ++round) {
+                const std::string result = save(path, "n " + std::to_string(round) + "\n");
+                // Another save replacing the file meanwhile is a refusal, not a loss.
+                if (result != "ok" && result.find("replaced or created it meanwhile") == std::string::npos) ++failed;
+            }
+            _exit(failed == 0 ? 0 : 1);
+        }
+        children.push_back(pid);
+    }
+    for (pid_t pid : children) {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+}
 
 // Whether process `pid` is waiting in flock().
 bool waitsInFlock(pid_t pid) {
