@@ -561,22 +561,35 @@ bool stoppedWhileWriting(const TempDir &dir, pid_t &pid, int sig, bool ignored) 
     return false;
 }
 
-TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
-    std::string big;  // large enough that writing it takes a while
+// Writes big.pf (large enough that writing it takes a while) and answers its
+// text.
+std::string writeBig(const TempDir &dir) {
+    std::string big;
     for (int i = 0; i < 200000; ++i) big += "key" + std::to_string(i) + " a value of some length\n";
     dir.write("big.pf", big);
+    return big;
+}
+
+// The tool saving big.pf to out.conf (old content "old\n"), stopped while it
+// writes; -1 when it always ended first.
+pid_t stoppedSave(const TempDir &dir, int sig, bool ignored) {
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        makeFile(dir.path() + "/out.conf", "old\n", 0644);
+        pid_t pid = 0;
+        if (stoppedWhileWriting(dir, pid, sig, ignored)) return pid;
+    }
+    return -1;
+}
+
+TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
+    const std::string big = writeBig(dir);
     // A signal ignored when the tool starts (nohup) stays ignored: the save
     // goes on.
     const std::pair<int, bool> cases[] = {{SIGINT, false}, {SIGTERM, false}, {SIGHUP, false}, {SIGHUP, true}};
     for (const auto &[sig, ignored] : cases) {
         SCOPED_TRACE(strsignal(sig));
-        pid_t pid = 0;
-        bool caught = false;
-        for (int attempt = 0; attempt < 20 && !caught; ++attempt) {
-            makeFile(at("out.conf"), "old\n", 0644);
-            caught = stoppedWhileWriting(dir, pid, sig, ignored);
-        }
-        ASSERT_TRUE(caught) << "the tool always ended before it could be signalled";
+        const pid_t pid = stoppedSave(dir, sig, ignored);
+        ASSERT_NE(pid, -1) << "the tool always ended before it could be signalled";
         // Pending while stopped, the signal arrives as soon as it goes on.
         kill(pid, sig);
         kill(pid, SIGCONT);
@@ -594,16 +607,9 @@ TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
 // same file removes it, but never the temporary file of a save still going
 // on, even one stopped for a while.
 TEST_F(SafeSave, NextSaveRemovesTheTemporaryFileOfAKilledSave) {
-    std::string big;  // large enough that writing it takes a while
-    for (int i = 0; i < 200000; ++i) big += "key" + std::to_string(i) + " a value of some length\n";
-    dir.write("big.pf", big);
-    pid_t pid = 0;
-    bool caught = false;
-    for (int attempt = 0; attempt < 20 && !caught; ++attempt) {
-        makeFile(at("out.conf"), "old\n", 0644);
-        caught = stoppedWhileWriting(dir, pid, SIGKILL, false);
-    }
-    ASSERT_TRUE(caught) << "the tool always ended before it could be stopped";
+    writeBig(dir);
+    const pid_t pid = stoppedSave(dir, SIGKILL, false);
+    ASSERT_NE(pid, -1) << "the tool always ended before it could be stopped";
     const Rows writing = tempFiles(dir.path());
     ASSERT_EQ(writing.size(), 1u);
     EXPECT_EQ(save(at("out.conf"), "meanwhile\n"), "ok");
@@ -678,25 +684,12 @@ TEST_F(SafeSave, RemovesOnlyLeftoverTemporaryFilesOfItsOwnTarget) {
     for (const std::string &name : kept) fs::remove(at(name));
 }
 
-// Saves of one file from many processes at once, without a lock: each
-// removes leftovers while the others write, and none loses its temporary
-// file to another (a lost one would fail the rename).
-TEST_F(SafeSave, ConcurrentSavesKeepEachOthersTemporaryFiles) {
-    const std::string path = at("shared.pf");
-    makeFile(path, "n 0\n", 0644);
-    const int kProcesses = 6, kRounds = 40;
+// Runs `work(p)` in `count` forked processes at once; each must answer true.
+void inProcesses(int count, const std::function<bool(int)> &work) {
     std::vector<pid_t> children;
-    for (int p = 0; p < kProcesses; ++p) {
+    for (int p = 0; p < count; ++p) {
         pid_t pid = fork();
-        if (pid == 0) {
-            int failed = 0;
-            for (int round = 0; round < kRounds; ++round) {
-                const std::string result = save(path, "n " + std::to_string(round) + "\n");
-                // Another save replacing the file meanwhile is a refusal, not a loss.
-                if (result != "ok" && result.find("replaced or created it meanwhile") == std::string::npos) ++failed;
-            }
-            _exit(failed == 0 ? 0 : 1);
-        }
+        if (pid == 0) _exit(work(p) ? 0 : 1);
         children.push_back(pid);
     }
     for (pid_t pid : children) {
@@ -704,6 +697,22 @@ TEST_F(SafeSave, ConcurrentSavesKeepEachOthersTemporaryFiles) {
         waitpid(pid, &status, 0);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
+}
+
+// Saves of one file from many processes at once, without a lock: each
+// removes leftovers while the others write, and none loses its temporary
+// file to another (a lost one would fail the rename).
+TEST_F(SafeSave, ConcurrentSavesKeepEachOthersTemporaryFiles) {
+    const std::string path = at("shared.pf");
+    makeFile(path, "n 0\n", 0644);
+    inProcesses(6, [&](int) {
+        for (int round = 0; round < 40; ++round) {
+            const std::string result = save(path, "n " + std::to_string(round) + "\n");
+            // Another save replacing the file meanwhile is a refusal, not a loss.
+            if (result != "ok" && result.find("replaced or created it meanwhile") == std::string::npos) return false;
+        }
+        return true;
+    });
 }
 
 // Whether process `pid` is waiting in flock().
@@ -751,29 +760,19 @@ TEST_F(SafeSave, LockSerializesReadModifyWrite) {
     const std::string path = at("counter");
     makeFile(path, "n 0\n", 0644);
     const int kProcesses = 8, kRounds = 25;
-    std::vector<pid_t> children;
-    for (int p = 0; p < kProcesses; ++p) {
-        pid_t pid = fork();
-        if (pid == 0) {
-            for (int round = 0; round < kRounds; ++round) {
-                if (p % 2) {
-                    teskpf::Editor editor = teskpf::Editor::openLocked(path);
-                    editor.setValue("[\"n\"]", std::to_string(std::stoi(editor.text().substr(2)) + 1));
-                    editor.save();
-                } else {
-                    teskpf::FileLock lock(path);
-                    teskpf::saveFile(path, "n " + std::to_string(std::stoi(readText(path).substr(2)) + 1) + "\n");
-                }
+    inProcesses(kProcesses, [&](int p) {
+        for (int round = 0; round < kRounds; ++round) {
+            if (p % 2) {
+                teskpf::Editor editor = teskpf::Editor::openLocked(path);
+                editor.setValue("[\"n\"]", std::to_string(std::stoi(editor.text().substr(2)) + 1));
+                editor.save();
+            } else {
+                teskpf::FileLock lock(path);
+                teskpf::saveFile(path, "n " + std::to_string(std::stoi(readText(path).substr(2)) + 1) + "\n");
             }
-            _exit(0);
         }
-        children.push_back(pid);
-    }
-    for (pid_t pid : children) {
-        int status = 0;
-        waitpid(pid, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
+        return true;
+    });
     EXPECT_EQ(readText(path), "n " + std::to_string(kProcesses * kRounds) + "\n");
 }
 
