@@ -83,6 +83,7 @@ void removeStaleTempFiles(int dir, const std::string &target, uid_t owner) {
     DIR *entries = fdopendir(listed.get());
     if (!entries) return;
     listed.release();
+    // readdir on a stream no other thread uses is safe alongside them.
     while (const struct dirent *entry = readdir(entries))
         if (isTempNameWith(entry->d_name, prefix)) removeIfStale(dir, entry->d_name, owner);
     closedir(entries);
