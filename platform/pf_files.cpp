@@ -7,7 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -40,9 +42,20 @@ std::string join(std::string directory, const std::string &file) {
     return directory + "/" + file;
 }
 
-bool is_readable_file(const std::string &path) {
-    struct stat info;
+bool is_readable_file(const std::string &path, struct stat &info) {
     return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), R_OK) == 0;
+}
+
+// `paths` with every file that a later path names again (the same device
+// and inode: a repeated directory, another spelling of it or a link to it)
+// left out. Keeping the last one keeps each file where it takes precedence.
+std::vector<std::string> last_of_each_file(std::vector<std::pair<std::string, struct stat>> &paths) {
+    std::set<std::pair<dev_t, ino_t>> seen;
+    std::vector<std::string> kept;
+    for (size_t i = paths.size(); i-- > 0;)
+        if (seen.insert({paths[i].second.st_dev, paths[i].second.st_ino}).second)
+            kept.push_back(std::move(paths[i].first));
+    return std::vector<std::string>(std::make_move_iterator(kept.rbegin()), std::make_move_iterator(kept.rend()));
 }
 
 // A Tbl of copies of `paths`, the copies packed in one block the Tbl owns.
@@ -75,10 +88,12 @@ extern "C" Tbl *pffiles(const char *name, int flags) {
             candidates.push_back(file);
         else
             for (const std::string &directory : search_directories()) candidates.push_back(join(directory, file));
-        std::vector<std::string> found;
-        for (std::string &candidate : candidates)
-            if (is_readable_file(candidate)) found.push_back(std::move(candidate));
-        return found.empty() ? nullptr : path_list(found);
+        std::vector<std::pair<std::string, struct stat>> found;
+        for (std::string &candidate : candidates) {
+            struct stat info;
+            if (is_readable_file(candidate, info)) found.emplace_back(std::move(candidate), info);
+        }
+        return found.empty() ? nullptr : path_list(last_of_each_file(found));
     } catch (const std::bad_alloc &) {
         return nullptr;
     }

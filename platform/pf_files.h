@@ -16,7 +16,10 @@ extern "C" {
    separated by ":"; empty components are skipped; an unset or empty PFPATH
    means ".". A name without "/" is looked for as DIR/NAME in each directory,
    a name with "/" only as itself; either way ".pf" is appended unless the name
-   already ends in ".pf". Only readable regular files are listed.
+   already ends in ".pf". Only readable regular files are listed, each file
+   once: when several paths name the same file (a directory given twice, or
+   by two spellings, or a link), only the last of them is listed, where that
+   file takes precedence.
    Returns NULL when there is none. The paths live as long as the list:
    release it with freetbl(list, 0). `flags` is reserved and must be 0.
    NULL also for a NULL or empty name or non-zero flags. */

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the regular build, the same suite under
 # AddressSanitizer and UndefinedBehaviorSanitizer with a shared library, the
-# installed-package check, the Python package's tests, and short fuzz runs
-# when clang is available.
+# multi-threaded tests under ThreadSanitizer, the installed-package check,
+# the Python package's tests, and short fuzz runs when clang is available.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
@@ -30,6 +30,14 @@ cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTESKPF_BUILD_TESTS=ON -DTESK
   -DBUILD_SHARED_LIBS=ON
 cmake --build build-asan -j "$jobs"
 ctest --test-dir build-asan --output-on-failure -j "$jobs"
+
+# The tests that use separate handles from several threads at once, under
+# ThreadSanitizer: any data race between them fails the run.
+echo "== thread sanitizer"
+cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DTESKPF_BUILD_TESTS=ON -DTESKPF_SANITIZE_THREAD=ON \
+  -DTESKPF_WARNINGS_AS_ERRORS=ON -DTESKPF_BUILD_TOOL=OFF
+cmake --build build-tsan -j "$jobs" --target threads_test
+TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/threads_test
 
 echo "== installed package"
 scripts/check-install.sh

@@ -36,6 +36,7 @@ TEST(Platform, SearchPathCandidates) {
     fs::create_directory("a/z.pf");
     fs::create_symlink(fs::absolute("b/real.pf"), "c/z.pf");
     fs::create_symlink("nowhere.pf", "b/z.pf");
+    fs::create_directory_symlink(fs::absolute("a"), "la");
     using Paths = std::vector<std::string>;
     const std::string long_dir(10000, 'd');
     const std::tuple<const char *, std::string, Paths> cases[] = {
@@ -57,6 +58,11 @@ TEST(Platform, SearchPathCandidates) {
         {long_dir.c_str(), "x", {}},
         {"a:b:c", "z", {"c/z.pf"}},                                             // regular files only, symlinks followed
         {"d:e", "u", geteuid() ? Paths{"e/u.pf"} : Paths{"d/u.pf", "e/u.pf"}},  // unreadable skipped (root reads all)
+        // Each file once, where it last appears.
+        {"a:b:a", "x", {"b/x.pf", "a/x.pf"}},
+        {"a:b:./a/:la", "x", {"b/x.pf", "la/x.pf"}},
+        {"a:a:a", "x", {"a/x.pf"}},
+        {"a:c:b:c:a:b", "x", {"c/x.pf", "a/x.pf", "b/x.pf"}},
     };
     for (const auto &[pfpath, name, expected] : cases) {
         ScopedEnv env("PFPATH", pfpath);

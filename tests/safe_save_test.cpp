@@ -6,6 +6,7 @@
 #include <grp.h>
 #include <pwd.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -17,6 +18,7 @@
 #include <unistd.h>
 
 #include <sched.h>
+#include <algorithm>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
@@ -559,22 +561,35 @@ bool stoppedWhileWriting(const TempDir &dir, pid_t &pid, int sig, bool ignored) 
     return false;
 }
 
-TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
-    std::string big;  // large enough that writing it takes a while
+// Writes big.pf (large enough that writing it takes a while) and answers its
+// text.
+std::string writeBig(const TempDir &dir) {
+    std::string big;
     for (int i = 0; i < 200000; ++i) big += "key" + std::to_string(i) + " a value of some length\n";
     dir.write("big.pf", big);
+    return big;
+}
+
+// The tool saving big.pf to out.conf (old content "old\n"), stopped while it
+// writes; -1 when it always ended first.
+pid_t stoppedSave(const TempDir &dir, int sig, bool ignored) {
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        makeFile(dir.path() + "/out.conf", "old\n", 0644);
+        pid_t pid = 0;
+        if (stoppedWhileWriting(dir, pid, sig, ignored)) return pid;
+    }
+    return -1;
+}
+
+TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
+    const std::string big = writeBig(dir);
     // A signal ignored when the tool starts (nohup) stays ignored: the save
     // goes on.
     const std::pair<int, bool> cases[] = {{SIGINT, false}, {SIGTERM, false}, {SIGHUP, false}, {SIGHUP, true}};
     for (const auto &[sig, ignored] : cases) {
         SCOPED_TRACE(strsignal(sig));
-        pid_t pid = 0;
-        bool caught = false;
-        for (int attempt = 0; attempt < 20 && !caught; ++attempt) {
-            makeFile(at("out.conf"), "old\n", 0644);
-            caught = stoppedWhileWriting(dir, pid, sig, ignored);
-        }
-        ASSERT_TRUE(caught) << "the tool always ended before it could be signalled";
+        const pid_t pid = stoppedSave(dir, sig, ignored);
+        ASSERT_NE(pid, -1) << "the tool always ended before it could be signalled";
         // Pending while stopped, the signal arrives as soon as it goes on.
         kill(pid, sig);
         kill(pid, SIGCONT);
@@ -587,7 +602,118 @@ TEST_F(SafeSave, ToolRemovesItsTemporaryFileOnSignals) {
         EXPECT_EQ(readText(at("out.conf")).size(), ignored ? big.size() : 4);  // the new text, or the old
     }
 }
+
+// A save that is killed leaves its temporary file; the next save of the
+// same file removes it, but never the temporary file of a save still going
+// on, even one stopped for a while.
+TEST_F(SafeSave, NextSaveRemovesTheTemporaryFileOfAKilledSave) {
+    writeBig(dir);
+    const pid_t pid = stoppedSave(dir, SIGKILL, false);
+    ASSERT_NE(pid, -1) << "the tool always ended before it could be stopped";
+    const Rows writing = tempFiles(dir.path());
+    ASSERT_EQ(writing.size(), 1u);
+    EXPECT_EQ(save(at("out.conf"), "meanwhile\n"), "ok");
+    EXPECT_EQ(tempFiles(dir.path()), writing) << "the stopped writer's file was removed";
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    EXPECT_EQ(tempFiles(dir.path()), writing);
+    EXPECT_EQ(save(at("out.conf"), "after\n"), "ok");
+    EXPECT_EQ(readText(at("out.conf")), "after\n");
+}
 #endif
+
+// Which files of a temporary file's naming a save removes: those of its own
+// target that no live writer holds, and nothing else.
+TEST_F(SafeSave, RemovesOnlyLeftoverTemporaryFilesOfItsOwnTarget) {
+    makeFile(at("x.pf"), "a 1\n", 0644);
+    makeFile(at("victim"), "keep\n", 0644);
+    const std::string ours = ".x.pf.teskpf-";
+    const Rows leftovers = {ours + "AAAAAAAAAAAA", ours + "abcXYZ012789"};
+    for (const std::string &name : leftovers) makeFile(at(name), "half written", 0600);
+    // Left alone: names not of this naming, what is no plain file of ours.
+    Rows kept = {ours + "CCCCCCCCCCC",        ours + "CCCCCCCCCCCCC",     ours + "CCCCCCCCCCC!",
+                 ".y.pf.teskpf-CCCCCCCCCCCC", "x.pf.teskpf-CCCCCCCCCCCC", ours + "CCCCCC.CCCCC"};
+    for (const std::string &name : kept) makeFile(at(name), "other", 0600);
+    ASSERT_EQ(mkdir(at(ours + "DDDDDDDDDDDD").c_str(), 0700), 0);
+    ASSERT_EQ(symlink(at("victim").c_str(), at(ours + "EEEEEEEEEEEE").c_str()), 0);
+    ASSERT_EQ(mkfifo(at(ours + "FFFFFFFFFFFF").c_str(), 0600), 0);
+    makeFile(at(ours + "GGGGGGGGGGGG"), "nobody's", 0600, kNobody, kNogroup);
+    makeFile(at(ours + "HHHHHHHHHHHH"), "linked", 0600);
+    ASSERT_EQ(link(at(ours + "HHHHHHHHHHHH").c_str(), at("second-name").c_str()), 0);
+    kept.insert(kept.end(), {ours + "DDDDDDDDDDDD", ours + "EEEEEEEEEEEE", ours + "FFFFFFFFFFFF", ours + "GGGGGGGGGGGG",
+                             ours + "HHHHHHHHHHHH"});
+    // A live writer: another process holds the lock on its file.
+    const std::string live = ours + "LLLLLLLLLLLL";
+    int ready[2], done[2];
+    ASSERT_TRUE(pipe(ready) == 0 && pipe(done) == 0);
+    pid_t pid = fork();
+    if (pid == 0) {
+        close(done[1]);
+        const int fd = open(at(live).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+        const char byte = fd >= 0 && flock(fd, LOCK_EX) == 0 ? 'y' : 'n';
+        ssize_t ignored = write(ready[1], &byte, 1);
+        (void)ignored;
+        char wait;
+        ignored = read(done[0], &wait, 1);  // until the parent closes its end
+        _exit(0);
+    }
+    close(ready[1]);
+    close(done[0]);
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    ASSERT_EQ(byte, 'y');
+
+    EXPECT_EQ(save(at("x.pf"), "a 2\n"), "ok");
+    Rows expected = kept;
+    expected.push_back(live);
+    std::sort(expected.begin(), expected.end());
+    Rows found = tempFiles(dir.path());
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(readText(at("victim")), "keep\n");
+    EXPECT_EQ(readText(at("second-name")), "linked");
+
+    close(done[1]);  // the writer ends
+    waitpid(pid, nullptr, 0);
+    close(ready[0]);
+    EXPECT_EQ(save(at("x.pf"), "a 3\n"), "ok");
+    found = tempFiles(dir.path());
+    std::sort(found.begin(), found.end());
+    std::sort(kept.begin(), kept.end());
+    EXPECT_EQ(found, kept);
+    for (const std::string &name : kept) fs::remove(at(name));
+}
+
+// Runs `work(p)` in `count` forked processes at once; each must answer true.
+void inProcesses(int count, const std::function<bool(int)> &work) {
+    std::vector<pid_t> children;
+    for (int p = 0; p < count; ++p) {
+        pid_t pid = fork();
+        if (pid == 0) _exit(work(p) ? 0 : 1);
+        children.push_back(pid);
+    }
+    for (pid_t pid : children) {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+}
+
+// Saves of one file from many processes at once, without a lock: each
+// removes leftovers while the others write, and none loses its temporary
+// file to another (a lost one would fail the rename).
+TEST_F(SafeSave, ConcurrentSavesKeepEachOthersTemporaryFiles) {
+    const std::string path = at("shared.pf");
+    makeFile(path, "n 0\n", 0644);
+    inProcesses(6, [&](int) {
+        for (int round = 0; round < 40; ++round) {
+            const std::string result = save(path, "n " + std::to_string(round) + "\n");
+            // Another save replacing the file meanwhile is a refusal, not a loss.
+            if (result != "ok" && result.find("replaced or created it meanwhile") == std::string::npos) return false;
+        }
+        return true;
+    });
+}
 
 // Whether process `pid` is waiting in flock().
 bool waitsInFlock(pid_t pid) {
@@ -634,29 +760,19 @@ TEST_F(SafeSave, LockSerializesReadModifyWrite) {
     const std::string path = at("counter");
     makeFile(path, "n 0\n", 0644);
     const int kProcesses = 8, kRounds = 25;
-    std::vector<pid_t> children;
-    for (int p = 0; p < kProcesses; ++p) {
-        pid_t pid = fork();
-        if (pid == 0) {
-            for (int round = 0; round < kRounds; ++round) {
-                if (p % 2) {
-                    teskpf::Editor editor = teskpf::Editor::openLocked(path);
-                    editor.setValue("[\"n\"]", std::to_string(std::stoi(editor.text().substr(2)) + 1));
-                    editor.save();
-                } else {
-                    teskpf::FileLock lock(path);
-                    teskpf::saveFile(path, "n " + std::to_string(std::stoi(readText(path).substr(2)) + 1) + "\n");
-                }
+    inProcesses(kProcesses, [&](int p) {
+        for (int round = 0; round < kRounds; ++round) {
+            if (p % 2) {
+                teskpf::Editor editor = teskpf::Editor::openLocked(path);
+                editor.setValue("[\"n\"]", std::to_string(std::stoi(editor.text().substr(2)) + 1));
+                editor.save();
+            } else {
+                teskpf::FileLock lock(path);
+                teskpf::saveFile(path, "n " + std::to_string(std::stoi(readText(path).substr(2)) + 1) + "\n");
             }
-            _exit(0);
         }
-        children.push_back(pid);
-    }
-    for (pid_t pid : children) {
-        int status = 0;
-        waitpid(pid, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
+        return true;
+    });
     EXPECT_EQ(readText(path), "n " + std::to_string(kProcesses * kRounds) + "\n");
 }
 

@@ -2,6 +2,8 @@
 
 #include <cctype>
 
+#include <teskpf/search.h>
+
 #include "tool_error.h"
 
 namespace teskpf_tool {
@@ -60,6 +62,7 @@ CommandLine parseCommandLine(const std::vector<std::string> &args, const Command
         if (option->takes_value) {
             if (i + 1 >= args.size()) throw UsageError(command + ": option '" + arg + "' needs a value", command);
             value = args[++i];
+            if (option->names_file) value = teskpf::homeExpanded(value);
         }
         line.options[arg] = value;
     }

@@ -9,8 +9,9 @@
 namespace teskpf_tool {
 
 struct OptionSyntax {
-    std::string name;  // as typed, e.g. "-o" or "--check"
-    bool takes_value;  // the next argument is its value
+    std::string name;         // as typed, e.g. "-o" or "--check"
+    bool takes_value;         // the next argument is its value
+    bool names_file = false;  // the value is a file name: a leading "~" is expanded
 };
 
 // What a subcommand accepts.
@@ -39,7 +40,9 @@ bool wantsHelp(const std::vector<std::string> &args);
 // option unless it is "-" itself, looks like a negative number ("-3", "-.5")
 // or follows "--". Throws UsageError (pointing to `command`'s help) for
 // unknown options, a missing option value, a repeated option and too few or
-// too many positional arguments.
+// too many positional arguments. The value of an option that names a file
+// has its leading "~" expanded as the library expands NAME (teskpf::Error
+// when there is no home directory).
 CommandLine parseCommandLine(const std::vector<std::string> &args, const CommandSyntax &syntax,
                              const std::string &command);
 

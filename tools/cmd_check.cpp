@@ -9,6 +9,7 @@
 
 #include "command.h"
 #include "diagnostic_output.h"
+#include "param_files.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
@@ -49,9 +50,7 @@ std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, size_t &fi
         return teskpf::checkFile(arg);
     }
     const size_t layers = teskpf::parameterFiles(arg).size();
-    if (layers == 0)
-        throw ToolError("no parameter file named '" + arg + "' (searched PFPATH=" + teskpf::searchPath() + ")",
-                        kExitError);
+    if (layers == 0) throwNoParameterFile(arg);
     std::vector<teskpf::Diagnostic> found = teskpf::checkName(arg);
     files += layers;
     return found;

@@ -30,7 +30,7 @@ Command fmtCommand() {
             "escaped. A pf_revision_time line gets the current time. With -o the\n"
             "text is saved atomically to exactly FILE, which keeps its owner, group,\n"
             "mode and extended attributes.\n",
-            {{{"-o", true}}, {"NAME"}, 1, false},
+            {{{"-o", true, true}}, {"NAME"}, 1, false},
             runFmt,
             "teskpf fmt station.pf -o station-tidy.pf"};
 }

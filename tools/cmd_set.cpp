@@ -89,7 +89,7 @@ Command setCommand() {
             "status 1. With -o, the merged entries with the new value are saved to\n"
             "exactly FILE instead, regenerated as 'teskpf fmt' writes them. A VALUE\n"
             "starting with \"-\" other than a number goes after \"--\".\n",
-            {{{"--file", true}, {"--check", false}, {"-o", true}}, {"NAME", "KEY", "VALUE"}, 3, false},
+            {{{"--file", true, true}, {"--check", false}, {"-o", true, true}}, {"NAME", "KEY", "VALUE"}, 3, false},
             runSet,
             "teskpf set station '[\"digitizer\"][\"sample_rate\"]' 200"};
 }

@@ -38,7 +38,7 @@ Command unsetCommand() {
             "file on PFPATH that also has KEY then supplies it. Later members of a\n"
             "list move up one position. The file is locked while it is read, edited\n"
             "and saved atomically. A missing KEY gives exit status 1.\n",
-            {{{"--file", true}}, {"NAME", "KEY"}, 2, false},
+            {{{"--file", true, true}}, {"NAME", "KEY"}, 2, false},
             runUnset,
             "teskpf unset --file site-override/station.pf station status"};
 }

@@ -7,10 +7,16 @@
 
 namespace teskpf_tool {
 
+void throwNoParameterFile(const std::string &name) {
+    const std::string reason = teskpf::notAParameterFile(name);
+    throw ToolError(reason.empty()
+                        ? "no parameter file named '" + name + "' (searched PFPATH=" + teskpf::searchPath() + ")"
+                        : reason,
+                    kExitError);
+}
+
 TeskPf loadParameterFile(const std::string &name) {
-    if (teskpf::parameterFiles(name).empty())
-        throw ToolError("no parameter file named '" + name + "' (searched PFPATH=" + teskpf::searchPath() + ")",
-                        kExitError);
+    if (teskpf::parameterFiles(name).empty()) throwNoParameterFile(name);
     return TeskPf(name, 0);
 }
 
@@ -34,7 +40,7 @@ std::string writeParameterFile(const TeskPf &pf, const std::string &file) {
 
 void writeToOutput(const TeskPf &pf, const std::string &file) {
     requireEntries(pf, file);
-    teskpf::saveFile(teskpf::homeExpanded(file), pf.getPfString());
+    teskpf::saveFile(file, pf.getPfString());
 }
 
 }  // namespace teskpf_tool

@@ -8,6 +8,10 @@
 
 namespace teskpf_tool {
 
+// Throws ToolError (exit 2) saying that `name` resolves to no file: what it
+// is when it names a directory, FIFO, device, socket or dangling link.
+[[noreturn]] void throwNoParameterFile(const std::string &name);
+
 // Loads `name` with the library. Throws ToolError (exit 2) when the name
 // resolves to no file; the library's own errors (std::string) pass through.
 TeskPf loadParameterFile(const std::string &name);
@@ -21,8 +25,8 @@ std::string sourceFile(const std::string &source);
 // would then write nothing.
 std::string writeParameterFile(const TeskPf &pf, const std::string &file);
 
-// Saves the handle's text to exactly the file named by the user with -o (a
-// leading "~" expanded) with teskpf::saveFile, which throws teskpf::IoError
+// Saves the handle's text to exactly the file named by the user with -o
+// (whose "~" the command line expanded) with teskpf::saveFile, which throws teskpf::IoError
 // when it cannot. Throws ToolError (exit 2) when the handle has no entries.
 void writeToOutput(const TeskPf &pf, const std::string &file);
 

@@ -21,6 +21,15 @@ TESKPF_API std::vector<std::string> parameterFiles(std::string_view name);
 // HOME + "bob/x"). Throws teskpf::Error when there is no home directory.
 TESKPF_API std::string homeExpanded(std::string_view path);
 
+// Why `name` stands for no parameter file although something of that name
+// exists (a leading "~" expanded): "'NAME' is a directory, not a parameter
+// file", likewise "is a FIFO", "is a character device", "is a block device",
+// "is a socket", or "'NAME' is a symbolic link to 'TARGET', which does not
+// exist". "" when nothing of that name exists or it is a regular file.
+// Nothing is opened, so a FIFO never blocks. Throws teskpf::Error when "~"
+// cannot be expanded.
+TESKPF_API std::string notAParameterFile(std::string_view name);
+
 // The search path as the lookup uses it: PFPATH, or "." when unset or empty.
 TESKPF_API std::string searchPath();
 

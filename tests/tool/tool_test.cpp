@@ -3,10 +3,21 @@
 // status 1 means a missing key or a failed check, 2 bad usage or a file that
 // cannot be read or written.
 #include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
+
+#include <teskpf/classic.h>
+#include <teskpf/diagnostics.h>
+#include <teskpf/document.h>
+#include <teskpf/error.h>
+#include <teskpf/search.h>
+
+#include <cstring>
 
 #include "run_tool.h"
 #include "test_support.h"
@@ -35,6 +46,7 @@ protected:
                   "rate fast #<float>\nodd 7 #<bogus>\nchan &Tbl{ #<str>(HHZ HHN)\n  BHZ\n}\npair 1 #<int> <float>\n");
     }
     std::string get(const std::string &name) { return readText(dir.path() + "/" + name); }
+    std::string at(const std::string &name) const { return dir.path() + "/" + name; }
 
     // Runs the tool in the temporary directory with PFPATH set (unset when
     // empty); answers "STATUS|STDOUT|STDERR".
@@ -89,10 +101,8 @@ TEST_F(Tool, CommandsReadingFiles) {
     for (const auto &[args, expected] : cases) EXPECT_EQ(run(args), expected) << args.size();
     for (const char *command : {"show", "fmt", "keys", "files"}) EXPECT_EQ(run({command, "nope"}), "2||" + kNoFile);
     EXPECT_EQ(run({"get", "nope", "k"}, "a:b"), "2||teskpf: no parameter file named 'nope' (searched PFPATH=a:b)\n");
-    fs::create_directory(dir.path() + "/adir");  // a directory is not a parameter file
-    EXPECT_EQ(run({"show", "adir"}), "2||teskpf: no parameter file named 'adir' (searched PFPATH=.)\n");
     EXPECT_EQ(get("good.pf"), kGood);
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 3);  // no file written
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 2);  // no file written
 }
 
 TEST_F(Tool, CommandsWritingFiles) {
@@ -132,4 +142,116 @@ TEST_F(Tool, CommandsWritingFiles) {
     EXPECT_EQ(run({"set", "conf/station.conf", "k", "w"}, ""), "0||");
     EXPECT_EQ(get("conf/station.conf"), "k w\n");
     EXPECT_FALSE(fs::exists(dir.path() + "/conf/station.conf.pf"));
+}
+
+// A file reached several times along PFPATH (a repeated directory, another
+// spelling of it, a link to it) is read once, where it last appears: what the
+// library, check and the tool report is what the search path without the
+// repeats gives, even for a file that defines a key twice.
+TEST_F(Tool, RepeatedSearchPathEntriesReadEachFileOnce) {
+    dir.write("low/st.pf", "# low\nrate 5 #<int>\nonly_low x\ngain &Arr{\n  a 1\n}\n");
+    dir.write("high/st.pf", "# high\nrate fast #<int>\ngain &Arr{\n  b 2\n}\nrate 7 #<float>\nextra &Tbl{\n  1\n}\n");
+    fs::create_directory_symlink("high", dir.path() + "/link");
+    const auto seen = [&](const std::string &pfpath) {
+        ScopedEnv env("PFPATH", pfpath);
+        ScopedCwd cwd(dir.path());
+        std::string all;
+        const teskpf::Document document = teskpf::Document::load("st");
+        all += document.to_string() + "|";
+        for (const auto &[name, node] : document)
+            all += node.source().file + ":" + std::to_string(node.source().line) + " ";
+        const TeskPf pf("st", 0);
+        for (const std::string &row : rows(pf.getList())) all += row + "\n";
+        for (const teskpf::Diagnostic &found : teskpf::checkName("st"))
+            all += found.file + ":" + std::to_string(found.line) + " " + found.message + "\n";
+        all += run({"show", "st"}, pfpath) + run({"check", "st"}, pfpath) + run({"get", "st", "rate"}, pfpath);
+        return all;
+    };
+    for (const auto &[once, repeated] : std::vector<std::pair<std::string, std::string>>{
+             {"low:high", "low:high:low:high:high"},
+             {"low:high", "high:low:high"},
+             {"low:link", "low:./high/:low//:link"},
+             {"high:low", "high:low:high:low"},
+         })
+        EXPECT_EQ(seen(repeated), seen(once)) << repeated;
+}
+
+// A name that is something other than a parameter file is reported as what
+// it is, without opening it (a FIFO would block), by the tool and
+// Document::load; the classic handle stays empty as before.
+TEST_F(Tool, NamesThatAreNotParameterFiles) {
+    fs::create_directory(at("adir"));
+    ASSERT_EQ(mkfifo(at("fifo").c_str(), 0644), 0);
+    fs::create_symlink("nowhere", at("dangling"));
+    const int sock = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT(at("sock").size(), sizeof address.sun_path);
+    std::strcpy(address.sun_path, at("sock").c_str());
+    ASSERT_EQ(bind(sock, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    const std::tuple<std::string, std::string, int> cases[] = {
+        {"adir", "'adir' is a directory, not a parameter file", EISDIR},
+        {"fifo", "'fifo' is a FIFO, not a parameter file", EINVAL},
+        {"/dev/null", "'/dev/null' is a character device, not a parameter file", EINVAL},
+        {"sock", "'sock' is a socket, not a parameter file", EINVAL},
+        {"dangling", "'dangling' is a symbolic link to 'nowhere', which does not exist", ENOENT},
+    };
+    ScopedCwd cwd(dir.path());
+    for (const auto &[name, reason, code] : cases) {
+        for (const std::vector<std::string> &args : std::vector<std::vector<std::string>>{
+                 {"show", name}, {"get", name, "k"}, {"set", name, "k", "1"}, {"check", name}}) {
+            if (name == "adir" && args[0] == "check") continue;  // check reads a directory's *.pf files
+            EXPECT_EQ(run(args), "2||teskpf: " + reason + "\n") << args[0] << " " << name;
+        }
+        try {
+            teskpf::Document::load(name);
+            ADD_FAILURE() << name << " loaded";
+        } catch (const teskpf::IoError &error) {
+            EXPECT_EQ(std::string(error.what()) + " " + std::to_string(error.code().value()),
+                      reason + " " + std::to_string(code));
+        }
+        EXPECT_EQ(teskpf::notAParameterFile(name), reason);
+        EXPECT_EQ(TeskPf(name, 0).size(), 0) << name;
+    }
+    EXPECT_EQ(teskpf::notAParameterFile("good"), "");  // a name along PFPATH
+    EXPECT_EQ(teskpf::notAParameterFile("good.pf"), "");
+    EXPECT_EQ(teskpf::notAParameterFile("nope"), "");
+    close(sock);
+}
+
+// Every option naming a file expands a leading "~" as NAME does. Run as a
+// user without a database entry, whose home is then $HOME.
+TEST_F(Tool, FileOptionsExpandTheHomeDirectory) {
+    if (geteuid() != 0 || getpwuid(54321)) GTEST_SKIP() << "needs root and a uid without an entry";
+    const std::string home = at("home");
+    fs::create_directory(home);
+    ASSERT_EQ(chown(home.c_str(), 54321, 54321), 0);
+    ASSERT_EQ(chmod(dir.path().c_str(), 0755), 0);
+    ASSERT_EQ(chmod(at("good.pf").c_str(), 0644), 0);
+    const auto asUser = [&](const std::vector<std::string> &args) {
+        const pid_t pid = fork();
+        if (pid == 0) {
+            std::vector<char *> argv{const_cast<char *>(TESKPF_TOOL)};
+            for (const std::string &arg : args) argv.push_back(const_cast<char *>(arg.c_str()));
+            argv.push_back(nullptr);
+            setenv("HOME", home.c_str(), 1);
+            setenv("PFPATH", ".", 1);
+            const int quiet = open("/dev/null", O_WRONLY);
+            if (chdir(dir.path().c_str()) != 0 || setgid(54321) != 0 || setuid(54321) != 0 || quiet < 0) _exit(127);
+            dup2(quiet, 1);
+            dup2(quiet, 2);
+            execv(TESKPF_TOOL, argv.data());
+            _exit(127);
+        }
+        return tool_run::waitFor(pid);
+    };
+    EXPECT_EQ(asUser({"fmt", "good", "-o", "~/formatted.pf"}), 0);
+    EXPECT_EQ(readText(home + "/formatted.pf").substr(0, 9), "# station");
+    EXPECT_EQ(asUser({"set", "good", "name", "X", "-o", "~/set.pf"}), 0);
+    EXPECT_NE(readText(home + "/set.pf").find("name\tX"), std::string::npos);
+    EXPECT_EQ(asUser({"set", "good", "name", "Y", "--file", "~/set.pf"}), 0);
+    EXPECT_NE(readText(home + "/set.pf").find("name\tY"), std::string::npos);
+    EXPECT_EQ(asUser({"unset", "good", "note", "--file", "~/set.pf"}), 0);
+    EXPECT_EQ(readText(home + "/set.pf").find("note"), std::string::npos);
+    EXPECT_EQ(get("good.pf"), kGood);
 }

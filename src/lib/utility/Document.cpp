@@ -9,6 +9,7 @@
 
 #include "detail/DocumentData.h"
 #include "detail/EditRules.h"
+#include "detail/FileSearch.h"
 #include "detail/ReadFile.h"
 #include "detail/TextGenerator.h"
 
@@ -46,11 +47,9 @@ Document::~Document() = default;
 
 Document Document::load(std::string_view name) {
     std::vector<std::string> names = parameterFiles(name);
-    if (names.empty()) {
-        std::error_code code(ENOENT, std::generic_category());
-        throw IoError("no parameter file '" + std::string(name) + "' along the search path " + searchPath(),
-                      std::string(name), code);
-    }
+    if (names.empty())
+        throwNoParameterFile(name,
+                             "no parameter file '" + std::string(name) + "' along the search path " + searchPath());
     std::vector<FileText> texts;
     texts.reserve(names.size());
     for (const std::string &file : names) texts.push_back(readFileOrThrow(file));

@@ -65,9 +65,7 @@ Layers Layers::ofFile(const std::string &path) {
 
 Layers Layers::ofName(const std::string &name) {
     const std::vector<std::string> paths = parameterFiles(name);
-    if (paths.empty())
-        throw IoError("no parameter file named '" + name + "' along PFPATH", name,
-                      std::make_error_code(std::errc::no_such_file_or_directory));
+    if (paths.empty()) throwNoParameterFile(name, "no parameter file named '" + name + "' along PFPATH");
     Layers layers;
     for (const std::string &path : paths) layers.files.push_back(readLayer(path, path));
     layers.merged = loadClassic(layers.files.data(), layers.files.size(), name, layers.merged_error);

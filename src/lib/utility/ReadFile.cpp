@@ -4,6 +4,8 @@
 
 #include <teskpf/error.h>
 
+#include "detail/ErrorText.h"
+
 namespace teskpf {
 
 FileText readFileOrThrow(const std::string &path, FileIdentity *identity) {
@@ -11,7 +13,7 @@ FileText readFileOrThrow(const std::string &path, FileIdentity *identity) {
     int error = 0;
     if (!readFileText(path, text, error, identity)) {
         std::error_code code(error, std::generic_category());
-        throw IoError("cannot read '" + path + "': " + code.message(), path, code);
+        throw IoError("cannot read '" + path + "': " + errorText(error), path, code);
     }
     return text;
 }

@@ -21,6 +21,11 @@ std::string homeExpanded(std::string_view path) {
 
 std::vector<std::string> parameterFiles(std::string_view name) { return findParameterFiles(homeExpanded(name)); }
 
+std::string notAParameterFile(std::string_view name) {
+    int ignored = 0;
+    return notAParameterFile(homeExpanded(name), std::string(name), ignored);
+}
+
 std::string searchPath() {
     const char *path = std::getenv("PFPATH");
     return path && *path ? path : ".";

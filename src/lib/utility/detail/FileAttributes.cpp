@@ -39,8 +39,7 @@ std::vector<std::string> attributeNames(int fd, const std::string &path) {
     std::string list;
     int error = readGrowing(list, [fd](char *buffer, size_t size) { return flistxattr(fd, buffer, size); });
     if (error == ENOTSUP) return {};
-    if (error != 0)
-        throwSaveError(path, "cannot list its extended attributes: " + std::string(std::strerror(error)), error);
+    if (error != 0) throwSaveError(path, "cannot list its extended attributes: " + errorText(error), error);
     std::vector<std::string> names;
     for (size_t begin = 0; begin < list.size();) {
         size_t end = list.find('\0', begin);
@@ -58,7 +57,7 @@ int attributeValue(int fd, const std::string &name, std::string &value) {
 }
 
 [[noreturn]] void failAttribute(const std::string &path, const std::string &name, int error) {
-    throwSaveError(path, "cannot keep its extended attribute '" + name + "': " + std::strerror(error), error);
+    throwSaveError(path, "cannot keep its extended attribute '" + name + "': " + errorText(error), error);
 }
 
 // Makes the extended attributes of `to` those of `from`. A new file may
@@ -91,7 +90,7 @@ void copyFileAttributes(int from, const struct stat &info, int to, const std::st
         int error = errno;
         throwSaveError(path,
                        "its owner and group (" + std::to_string(info.st_uid) + ":" + std::to_string(info.st_gid) +
-                           ") cannot be kept: " + std::strerror(error),
+                           ") cannot be kept: " + errorText(error),
                        error);
     }
     copyAttributes(from, to, path);

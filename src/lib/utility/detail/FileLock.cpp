@@ -7,6 +7,7 @@
 #include <cstring>
 #include <utility>
 
+#include "ErrorText.h"
 #include "UniqueFd.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"
@@ -19,7 +20,7 @@ namespace {
     throw IoError("cannot lock '" + path + "': " + reason, path, std::error_code(error, std::generic_category()));
 }
 
-[[noreturn]] void failLock(const std::string &path, int error) { failLock(path, std::strerror(error), error); }
+[[noreturn]] void failLock(const std::string &path, int error) { failLock(path, errorText(error), error); }
 
 bool sameFile(const struct stat &a, const struct stat &b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace teskpf {
@@ -11,5 +12,18 @@ namespace teskpf {
 // name itself when it is a readable regular file. Empty when there is none.
 // `name` is used as given: expand "~" first (see expandHome).
 std::vector<std::string> findParameterFiles(const std::string &name);
+
+// Why `name` (already expanded) stands for no parameter file although
+// something of that name exists: "'SHOWN' is a directory, not a parameter
+// file" (a FIFO, a character device, a block device, a socket), or "'SHOWN'
+// is a symbolic link to 'TARGET', which does not exist"; `code` is then the
+// errno value that fits (EISDIR, ENOENT or EINVAL). "" when nothing of that
+// name exists or it is a regular file. Looks without opening anything, so a
+// FIFO never blocks.
+std::string notAParameterFile(const std::string &name, const std::string &shown, int &code);
+
+// Throws IoError for `name`, for which no parameter file was found: why, when
+// it names something that is not one, else `missing` (ENOENT).
+[[noreturn]] void throwNoParameterFile(std::string_view name, const std::string &missing);
 
 }  // namespace teskpf

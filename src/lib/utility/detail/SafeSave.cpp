@@ -1,19 +1,15 @@
 // saveFile: the one way the library and the tool replace a file's content.
 #include <fcntl.h>
-#include <limits.h>
-#include <sys/random.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdint>
-#include <cstring>
 #include <optional>
 
 #include "FileAttributes.h"
 #include "SaveError.h"
 #include "SaveTarget.h"
 #include "TempFileRegistry.h"
+#include "TempFiles.h"
 #include "UniqueFd.h"
 #include "teskpf/save.h"
 
@@ -21,39 +17,12 @@ namespace teskpf {
 
 namespace {
 
-constexpr char kTempMarker[] = ".teskpf-";
-constexpr size_t kRandomLetters = 12;
 constexpr int kMaxCreateAttempts = 100;
 
-// Letters for a temporary name from the kernel's random source, else from
-// the clock and process id: O_EXCL keeps even a guessable name safe.
-std::string randomLetters() {
-    static const char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-    unsigned char bytes[kRandomLetters];
-    if (getrandom(bytes, sizeof bytes, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof bytes)) {
-        timespec now{};
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        uint64_t state = static_cast<uint64_t>(now.tv_nsec) ^ (static_cast<uint64_t>(now.tv_sec) << 30) ^
-                         (static_cast<uint64_t>(getpid()) << 48);
-        for (unsigned char &byte : bytes) {
-            state = state * 6364136223846793005u + 1442695040888963407u;
-            byte = static_cast<unsigned char>(state >> 56);
-        }
-    }
-    std::string letters;
-    for (unsigned char byte : bytes) letters += kAlphabet[byte % (sizeof kAlphabet - 1)];
-    return letters;
-}
-
-// ".NAME.teskpf-RANDOM", with NAME shortened so that the whole fits NAME_MAX.
-std::string tempNameFor(const std::string &name) {
-    const size_t room = NAME_MAX - 1 - (sizeof kTempMarker - 1) - kRandomLetters;
-    return "." + name.substr(0, room) + kTempMarker + randomLetters();
-}
-
 // The temporary file of one save, created exclusively in the target's
-// directory and listed for removal on a signal; removed again unless it was
-// renamed over the target.
+// directory, locked as a live writer's and listed for removal on a signal;
+// removed again unless it was renamed over the target, and only then
+// unlocked.
 class TempFile {
 public:
     TempFile(int dir, const std::string &target, mode_t mode, const std::string &path) : dir_(dir) {
@@ -61,13 +30,22 @@ public:
             name_ = tempNameFor(target);
             file_ = UniqueFd(openat(dir, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
             if (file_.valid()) {
-                listed_.emplace(dir, name_);
-                return;
+                // The lock lives on a second descriptor, so that closing the
+                // written one to see its errors keeps the file locked.
+                lock_ = UniqueFd(fcntl(file_.get(), F_DUPFD_CLOEXEC, 0));
+                if (!lock_.valid()) {
+                    const int error = errno;
+                    unlinkat(dir, name_.c_str(), 0);
+                    throwSaveError(path, "cannot create a temporary file in its directory: " + errorText(error), error);
+                }
+                if (lockNewTempFile(dir, name_, lock_.get())) {
+                    listed_.emplace(dir, name_);
+                    return;
+                }
+                continue;  // taken for a leftover before it was locked: the name is no longer ours
             }
             if (errno != EEXIST)
-                throwSaveError(path,
-                               "cannot create a temporary file in its directory: " + std::string(std::strerror(errno)),
-                               errno);
+                throwSaveError(path, "cannot create a temporary file in its directory: " + errorText(errno), errno);
         }
         throwSaveError(path, EEXIST);
     }
@@ -91,6 +69,7 @@ public:
 private:
     int dir_;
     std::string name_;
+    UniqueFd lock_;  // closed last: the file stays locked until it is renamed or removed
     UniqueFd file_;
     std::optional<TempFileRegistration> listed_;
     bool renamed_ = false;
@@ -114,6 +93,7 @@ void saveFile(const std::string &path, std::string_view content) { saveFileCheck
 void saveFileChecked(const std::string &path, std::string_view content, const FileIdentity *expected,
                      FileIdentity *written) {
     SaveTarget target = findSaveTarget(path);
+    removeStaleTempFiles(target.dir.get(), target.name, target.exists ? target.info.st_uid : geteuid());
     // A new file is created the way open(path, 0666) creates one, so the
     // umask or the directory's default ACL apply. The copy of an existing
     // file stays private until it has the file's attributes.
@@ -134,10 +114,9 @@ void saveFileChecked(const std::string &path, std::string_view content, const Fi
     // systems that cannot flush a directory answer EINVAL.
     if (fsync(target.dir.get()) != 0 && errno != EINVAL) {
         int error = errno;
-        throwSaveError(path,
-                       "the new content is in place but its directory could not be flushed to disk: " +
-                           std::string(std::strerror(error)),
-                       error);
+        throwSaveError(
+            path, "the new content is in place but its directory could not be flushed to disk: " + errorText(error),
+            error);
     }
 }
 

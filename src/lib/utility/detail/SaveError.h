@@ -1,9 +1,9 @@
 // The errors of a save: "cannot write 'PATH': REASON" as a teskpf::IoError.
 #pragma once
 
-#include <cstring>
 #include <string>
 
+#include "ErrorText.h"
 #include "teskpf/error.h"
 
 namespace teskpf {
@@ -13,9 +13,9 @@ namespace teskpf {
     throw IoError("cannot write '" + path + "': " + reason, path, std::error_code(code, std::generic_category()));
 }
 
-// Throws IoError "cannot write 'PATH': <strerror(code)>".
+// Throws IoError "cannot write 'PATH': <errorText(code)>".
 [[noreturn]] inline void throwSaveError(const std::string &path, int code) {
-    throwSaveError(path, std::strerror(code), code);
+    throwSaveError(path, errorText(code), code);
 }
 
 }  // namespace teskpf

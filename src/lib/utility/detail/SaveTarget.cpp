@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "FileKind.h"
 #include "SaveError.h"
 
 namespace teskpf {
@@ -67,21 +68,13 @@ std::string readLink(int dir, const std::string &name, const struct stat &link, 
     }
 }
 
-const char *kindOf(mode_t mode) {
-    if (S_ISFIFO(mode)) return "a FIFO";
-    if (S_ISCHR(mode)) return "a character device";
-    if (S_ISBLK(mode)) return "a block device";
-    if (S_ISSOCK(mode)) return "a socket";
-    return "not a regular file";
-}
-
 // Refuses a file whose replacement would lose something or that the user
 // should not write: not regular, read-only, or with other names.
 void checkReplaceable(const SaveTarget &target, const std::string &shown, const std::string &path) {
     const std::string it = shown == path ? "it" : "'" + shown + "'";
     const mode_t mode = target.info.st_mode;
     if (S_ISDIR(mode)) throwSaveError(path, it + " is a directory", EISDIR);
-    if (!S_ISREG(mode)) throwSaveError(path, it + " is " + kindOf(mode) + ", not a regular file", EINVAL);
+    if (!S_ISREG(mode)) throwSaveError(path, it + " is " + fileKind(mode) + ", not a regular file", EINVAL);
     // Root may write anything, so a file without any write bit counts as
     // read-only for root too.
     bool writable = (mode & 0222) != 0;
