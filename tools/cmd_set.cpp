@@ -1,4 +1,4 @@
-// teskpf set NAME KEY VALUE [--file FILE] [--check] [-o FILE]: change one
+// teskpf set NAME KEY VALUE [--file FILE] [--check] [-o FILE] [--wait SECONDS]: change one
 // value in place.
 #include <teskpf/search.h>
 
@@ -23,13 +23,14 @@ void requireValid(const TeskPf &pf, int index, const std::string &value) {
 }
 
 // --file FILE: set KEY in FILE, adding it there when FILE lacks it.
-void setInFile(const CommandLine &line, const std::string &key, const std::string &value) {
+void setInFile(const CommandLine &line, const std::string &key, const std::string &value,
+               const teskpf::LockWait &wait) {
     const std::string &name = line.positional[0];
     if (line.has("--check") && !teskpf::parameterFiles(name).empty()) {
         TeskPf pf = loadParameterFile(name);
         if (int index = pf.getEntryIndex(key); index >= 0) requireValid(pf, index, value);
     }
-    teskpf::Editor editor = openForEditing("set", line.value("--file"), false);
+    teskpf::Editor editor = openForEditing("set", line.value("--file"), false, wait);
     editAndSave("set", editor, [&](teskpf::Editor &e) {
         if (e.lineOf(key) >= 0)
             e.setValue(key, value);
@@ -45,12 +46,13 @@ int runSet(const CommandLine &line) {
     // A line end would split the value into lines of their own.
     if (value.find_first_of("\n\r") != std::string::npos) throw UsageError("set: VALUE must be one line", "set");
     if (line.has("--file") && line.has("-o")) throw UsageError("set: choose one of --file and -o", "set");
+    const teskpf::LockWait wait = lockWaitOf(line, "set");
     if (line.has("--file")) {
-        setInFile(line, key, value);
+        setInFile(line, key, value, wait);
         return kExitOk;
     }
 
-    LockedSource source = lockSourceOf(name, key);
+    LockedSource source = lockSourceOf(name, key, wait);
     if (isBlockOpening(source.pf, source.index))
         throw ToolError("set: " + key + " is a block; only plain values can be set", kExitError);
     if (line.has("--check")) requireValid(source.pf, source.index, value);
@@ -70,27 +72,31 @@ int runSet(const CommandLine &line) {
 }  // namespace
 
 Command setCommand() {
-    return {"set",
-            "set NAME KEY VALUE [--file FILE] [--check] [-o FILE]",
-            "change the value of KEY in place",
-            "Changes the value on the one line that supplies the value of KEY in\n"
-            "effect (the last file on PFPATH that has it), in that file only; every\n"
-            "other byte of every file stays as it is, except that a top-level\n"
-            "pf_revision_time value in the edited file gets the current time. With\n"
-            "--file, FILE is edited instead (e.g. a site override layer), and KEY\n"
-            "is added there as the last member of its block when FILE lacks it.\n"
-            "The file is locked while it is read, edited and saved atomically.\n"
-            "With --check, a VALUE that fails the annotation in effect gives exit\n"
-            "status 1 and writes nothing. A VALUE that would not read back as\n"
-            "given (a tab, white space at either end, a leading \"&Arr\"/\"&Tbl\", an\n"
-            "empty list member or one starting with \"}\") and a KEY that opens a\n"
-            "block give exit status 2 and write nothing; a missing KEY gives exit\n"
-            "status 1. With -o, the merged entries with the new value are saved to\n"
-            "exactly FILE instead, regenerated as 'teskpf fmt' writes them. A VALUE\n"
-            "starting with \"-\" other than a number goes after \"--\".\n",
-            {{{"--file", true}, {"--check", false}, {"-o", true}}, {"NAME", "KEY", "VALUE"}, 3, false},
-            runSet,
-            "teskpf set station '[\"digitizer\"][\"sample_rate\"]' 200"};
+    return {
+        "set",
+        "set NAME KEY VALUE [--file FILE] [--check] [-o FILE] [--wait SECONDS]",
+        "change the value of KEY in place",
+        "Changes the value on the one line that supplies the value of KEY in\n"
+        "effect (the last file on PFPATH that has it), in that file only; every\n"
+        "other byte of every file stays as it is, except that a top-level\n"
+        "pf_revision_time value in the edited file gets the current time. With\n"
+        "--file, FILE is edited instead (e.g. a site override layer), and KEY\n"
+        "is added there as the last member of its block when FILE lacks it.\n"
+        "The file is locked while it is read, edited and saved atomically;\n"
+        "with --wait, a lock another editor holds for longer than SECONDS\n"
+        "(a decimal number, 0 to try once) gives exit status 2 and writes\n"
+        "nothing, where without it the wait lasts until the lock is free.\n"
+        "With --check, a VALUE that fails the annotation in effect gives exit\n"
+        "status 1 and writes nothing. A VALUE that would not read back as\n"
+        "given (a tab, white space at either end, a leading \"&Arr\"/\"&Tbl\", an\n"
+        "empty list member or one starting with \"}\") and a KEY that opens a\n"
+        "block give exit status 2 and write nothing; a missing KEY gives exit\n"
+        "status 1. With -o, the merged entries with the new value are saved to\n"
+        "exactly FILE instead, regenerated as 'teskpf fmt' writes them. A VALUE\n"
+        "starting with \"-\" other than a number goes after \"--\".\n",
+        {{{"--file", true}, {"--check", false}, {"-o", true}, {"--wait", true}}, {"NAME", "KEY", "VALUE"}, 3, false},
+        runSet,
+        "teskpf set station '[\"digitizer\"][\"sample_rate\"]' 200"};
 }
 
 }  // namespace teskpf_tool

@@ -375,8 +375,10 @@ Editor::~Editor() = default;
 
 Editor Editor::open(const std::string &path) { return Editor(path, std::string(readFileOrThrow(path).view())); }
 
-Editor Editor::openLocked(const std::string &path) {
-    auto lock = std::make_unique<FileLock>(path);
+Editor Editor::openLocked(const std::string &path) { return openLocked(path, LockWait{}); }
+
+Editor Editor::openLocked(const std::string &path, const LockWait &wait) {
+    auto lock = std::make_unique<FileLock>(path, wait);
     Editor editor = open(path);
     editor.state_->lock = std::move(lock);
     return editor;
