@@ -1,0 +1,67 @@
+// How the bytes of files become str and back (see Text and Path).
+#include "bindings.h"
+
+namespace py = pybind11;
+
+namespace teskpf_python {
+
+namespace {
+
+py::str decoded(PyObject *made) {
+    if (!made) throw py::error_already_set();
+    return py::reinterpret_steal<py::str>(made);
+}
+
+PyObject *encodeText(PyObject *str) { return PyUnicode_AsEncodedString(str, "utf-8", "surrogateescape"); }
+
+}  // namespace
+
+py::str text(std::string_view bytes) {
+    return decoded(PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogateescape"));
+}
+
+py::str path(std::string_view bytes) {
+    return decoded(PyUnicode_DecodeFSDefaultAndSize(bytes.data(), static_cast<Py_ssize_t>(bytes.size())));
+}
+
+py::list texts(const std::vector<std::string> &each) {
+    py::list list(each.size());
+    for (size_t i = 0; i < each.size(); ++i) list[i] = text(each[i]);
+    return list;
+}
+
+}  // namespace teskpf_python
+
+namespace pybind11::detail {
+
+bool loadBytes(handle source, std::string &bytes, PyObject *(*encode)(PyObject *)) {
+    object held;
+    PyObject *raw = source.ptr();
+    if (PyUnicode_Check(raw)) {
+        held = reinterpret_steal<object>(encode(raw));
+        if (!held) {  // a lone surrogate that no byte stands for
+            PyErr_Clear();
+            return false;
+        }
+        raw = held.ptr();
+    }
+    if (!PyBytes_Check(raw)) return false;
+    bytes.assign(PyBytes_AS_STRING(raw), static_cast<size_t>(PyBytes_GET_SIZE(raw)));
+    return true;
+}
+
+bool type_caster<teskpf_python::Text>::load(handle source, bool) {
+    return loadBytes(source, value.bytes, teskpf_python::encodeText);
+}
+
+bool type_caster<teskpf_python::Path>::load(handle source, bool) {
+    // os.PathLike first, as os.fsencode takes it.
+    object named = reinterpret_steal<object>(PyOS_FSPath(source.ptr()));
+    if (!named) {
+        PyErr_Clear();
+        return false;
+    }
+    return loadBytes(named, value.bytes, PyUnicode_EncodeFSDefault);
+}
+
+}  // namespace pybind11::detail
