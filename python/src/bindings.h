@@ -13,7 +13,8 @@ namespace teskpf_python {
 // Bytes of a file's text (a value, key, comment, message) as Python sees
 // them: a str decoded as UTF-8, any byte that is not UTF-8 kept as a lone
 // surrogate (the "surrogateescape" error handler), so that a str handed back
-// encodes to the very same bytes. An argument may also be bytes.
+// encodes to the very same bytes. An argument may also be bytes (or, as for
+// Path, an os.PathLike).
 struct Text {
     std::string bytes;
 };
@@ -42,26 +43,23 @@ void bindClassic(pybind11::module_ &module);
 
 namespace pybind11::detail {
 
-// Reads a str (encoded by `encode`) or bytes into `bytes`; false for any
-// other object and for a str that does not encode.
+// Reads a str (encoded by `encode`), bytes or os.PathLike into `bytes`;
+// false for any other object and for a str that does not encode.
 bool loadBytes(handle source, std::string &bytes, PyObject *(*encode)(PyObject *));
+// str.encode("utf-8", "surrogateescape").
+PyObject *encodeText(PyObject *str);
 
-template <>
-struct type_caster<teskpf_python::Text> {
-    PYBIND11_TYPE_CASTER(teskpf_python::Text, const_name("str"));
-    bool load(handle source, bool);
-    static handle cast(const teskpf_python::Text &value, return_value_policy, handle) {
-        return teskpf_python::text(value.bytes).release();
-    }
+template <class Wrapped, str (*decode)(std::string_view), PyObject *(*encode)(PyObject *)>
+struct bytes_caster {
+    PYBIND11_TYPE_CASTER(Wrapped, const_name("str"));
+    bool load(handle source, bool) { return loadBytes(source, value.bytes, encode); }
+    static handle cast(const Wrapped &wrapped, return_value_policy, handle) { return decode(wrapped.bytes).release(); }
 };
 
 template <>
-struct type_caster<teskpf_python::Path> {
-    PYBIND11_TYPE_CASTER(teskpf_python::Path, const_name("str"));
-    bool load(handle source, bool);
-    static handle cast(const teskpf_python::Path &value, return_value_policy, handle) {
-        return teskpf_python::path(value.bytes).release();
-    }
-};
+struct type_caster<teskpf_python::Text> : bytes_caster<teskpf_python::Text, teskpf_python::text, encodeText> {};
+template <>
+struct type_caster<teskpf_python::Path>
+    : bytes_caster<teskpf_python::Path, teskpf_python::path, PyUnicode_EncodeFSDefault> {};
 
 }  // namespace pybind11::detail

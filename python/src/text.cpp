@@ -12,8 +12,6 @@ py::str decoded(PyObject *made) {
     return py::reinterpret_steal<py::str>(made);
 }
 
-PyObject *encodeText(PyObject *str) { return PyUnicode_AsEncodedString(str, "utf-8", "surrogateescape"); }
-
 }  // namespace
 
 py::str text(std::string_view bytes) {
@@ -34,34 +32,26 @@ py::list texts(const std::vector<std::string> &each) {
 
 namespace pybind11::detail {
 
+PyObject *encodeText(PyObject *str) { return PyUnicode_AsEncodedString(str, "utf-8", "surrogateescape"); }
+
 bool loadBytes(handle source, std::string &bytes, PyObject *(*encode)(PyObject *)) {
-    object held;
-    PyObject *raw = source.ptr();
-    if (PyUnicode_Check(raw)) {
-        held = reinterpret_steal<object>(encode(raw));
-        if (!held) {  // a lone surrogate that no byte stands for
-            PyErr_Clear();
-            return false;
-        }
-        raw = held.ptr();
-    }
-    if (!PyBytes_Check(raw)) return false;
-    bytes.assign(PyBytes_AS_STRING(raw), static_cast<size_t>(PyBytes_GET_SIZE(raw)));
-    return true;
-}
-
-bool type_caster<teskpf_python::Text>::load(handle source, bool) {
-    return loadBytes(source, value.bytes, teskpf_python::encodeText);
-}
-
-bool type_caster<teskpf_python::Path>::load(handle source, bool) {
-    // os.PathLike first, as os.fsencode takes it.
+    // str and bytes stay as they are; an os.PathLike gives its path.
     object named = reinterpret_steal<object>(PyOS_FSPath(source.ptr()));
     if (!named) {
         PyErr_Clear();
         return false;
     }
-    return loadBytes(named, value.bytes, PyUnicode_EncodeFSDefault);
+    PyObject *raw = named.ptr();
+    if (PyUnicode_Check(raw)) {
+        named = reinterpret_steal<object>(encode(raw));
+        if (!named) {  // a lone surrogate that no byte stands for
+            PyErr_Clear();
+            return false;
+        }
+        raw = named.ptr();
+    }
+    bytes.assign(PyBytes_AS_STRING(raw), static_cast<size_t>(PyBytes_GET_SIZE(raw)));
+    return true;
 }
 
 }  // namespace pybind11::detail
