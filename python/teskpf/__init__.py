@@ -76,19 +76,19 @@ def _plain(node: Any, typed: bool) -> Any:
     pending = [(node, result)]
     while pending:
         parent, filled = pending.pop()
-        if isinstance(filled, dict):
+        if type(filled) is dict:
             # A repeated name stands for its last definition, at its first place.
-            members = [(name, parent.member(name)) for name in dict.fromkeys(parent.names())]
+            for name in dict.fromkeys(parent.names()):
+                child = parent.member(name)
+                filled[name] = value = start(child)
+                if type(value) in (dict, list):
+                    pending.append((child, value))
         else:
-            members = list(enumerate(parent.item(i) for i in range(parent.size())))
-        for name, child in members:
-            value = start(child)
-            if isinstance(filled, dict):
-                filled[name] = value
-            else:
-                filled.append(value)
-            if isinstance(value, (dict, list)):
-                pending.append((child, value))
+            for i in range(parent.size()):
+                child = parent.item(i)
+                filled.append(start(child))
+                if type(filled[-1]) in (dict, list):
+                    pending.append((child, filled[-1]))
     return result
 
 
