@@ -28,9 +28,8 @@ const char *typeName(teskpf::ValueType type) {
 
 // The names of a block's members, in file order ("" for list items).
 py::list memberNames(const teskpf::Node &node) {
-    py::list names(node.size());
-    size_t i = 0;
-    for (teskpf::Member member : node) names[i++] = text(member.name);
+    py::list names;
+    for (teskpf::Member member : node) names.append(text(member.name));
     return names;
 }
 

@@ -23,8 +23,8 @@ py::str path(std::string_view bytes) {
 }
 
 py::list texts(const std::vector<std::string> &each) {
-    py::list list(each.size());
-    for (size_t i = 0; i < each.size(); ++i) list[i] = text(each[i]);
+    py::list list;
+    for (const std::string &one : each) list.append(text(one));
     return list;
 }
 
