@@ -125,6 +125,22 @@ inline std::string withoutRevisionTime(std::string text) {
     return text;
 }
 
+// Whether `name` is the name of the entry with key path `key` at `level`:
+// "" for a list item (a path ending in [N]) and the document's notes, else
+// the key as written, which the path holds as its block's path followed by
+// ["NAME"].
+inline bool nameFits(std::string_view name, const std::string &key, int level, const Reference &reference) {
+    if (name.empty()) {
+        const size_t open = key.rfind('[');
+        return key.empty() || (open != std::string::npos && open + 2 < key.size() && key.back() == ']' &&
+                               key.find_first_not_of("0123456789", open + 1) == key.size() - 1);
+    }
+    const std::string tail = "[\"" + std::string(name) + "\"]";
+    if (key.size() < tail.size() || key.compare(key.size() - tail.size(), tail.size(), tail) != 0) return false;
+    const std::string block = key.substr(0, key.size() - tail.size());
+    return block.empty() ? level == 0 : reference.find(block) >= 0;
+}
+
 // The document of the same files against the reference: every query finds
 // the entry the reference finds, with the same fields, and the document, as
 // loaded and after a set(), writes what the reference writes.
@@ -145,7 +161,7 @@ inline std::string compareDocument(const std::string &name, const Reference &ref
         const teskpf::Source source = node.source();
         if (node.key_path() != entry[reference::kKey] || node.text() != entry[reference::kValue] ||
             node.comment() != entry[reference::kComment] || node.annotation() != entry[reference::kConstraints] ||
-            node.name() != reference::key2Pfkey(entry[reference::kKey]) ||
+            !nameFits(node.name(), entry[reference::kKey], node.level(), reference) ||
             std::to_string(node.level()) != entry[reference::kLevel] ||
             source.file + ":" + std::to_string(source.line - 1) != entry[reference::kSource])
             return "a node's field differs for " + query;

@@ -109,6 +109,19 @@ TEST(DocumentNavigation, RepeatedBlockAnswersForItsOwnMembers) {
     EXPECT_EQ(doc.root()[std::size_t{0}]["x"].source().line, 2);
 }
 
+// A name is the key the file holds, whatever characters it has; a member
+// looked up by that name is the entry it came from.
+TEST(DocumentNavigation, NamesAreTheKeysAsWritten) {
+    Document doc = Document::parse("q[0] 3\nr\"] 4\nb &Arr{\n\tx[\"y\"] 5\n}\nl &Tbl{\n\tv\n}\n");
+    std::vector<std::string> seen;
+    for (auto [name, node] : doc) seen.push_back(std::string(name) + "=" + std::string(node.name()));
+    for (auto [name, node] : doc["b"]) seen.push_back(std::string(name) + "=" + std::string(doc["b"][name].text()));
+    EXPECT_EQ(seen, (std::vector<std::string>{"q[0]=q[0]", "r\"]=r\"]", "b=b", "l=l", "x[\"y\"]=5"}));
+    EXPECT_EQ(doc["q[0]"].text(), "3");
+    EXPECT_EQ(doc["l"][0].name(), "");
+    EXPECT_EQ(doc.root().name(), "");
+}
+
 // ---- Loading -----------------------------------------------------------------
 
 TEST(DocumentLoading, LayersFilesAlongTheSearchPathLikeTheClassicClass) {
@@ -309,7 +322,7 @@ TEST(DocumentFields, ViewsOfBuiltFieldsOutliveLaterLookupsAndEdits) {
     for (int i = 0; i < count; ++i) {
         const std::string n = std::to_string(i);
         const size_t at = static_cast<size_t>(i + 1);
-        EXPECT_EQ(names[at], "m" + n);
+        EXPECT_EQ(names[at], "k" + n + "[\"m" + n);  // the key as the file holds it
         EXPECT_EQ(values[at], "v" + n + "# w");
         EXPECT_EQ(comments[at], "#  note " + n);  // "#", then what followed the annotation
         EXPECT_EQ(doc.find("[\"k" + n + "[\"m" + n + "\"]").text().data(), values[at].data());  // built once

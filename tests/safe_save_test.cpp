@@ -19,10 +19,12 @@
 
 #include <sched.h>
 #include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -774,6 +776,46 @@ TEST_F(SafeSave, LockSerializesReadModifyWrite) {
         return true;
     });
     EXPECT_EQ(readText(path), "n " + std::to_string(kProcesses * kRounds) + "\n");
+}
+
+// A wait with a timeout or a keep_waiting check ends as they say while
+// another open file holds the lock, and takes a free lock at once.
+TEST_F(SafeSave, LockWaitEndsOnTimeoutOrWhenAskedToStop) {
+    using std::chrono::milliseconds;
+    const std::string path = at("counter");
+    makeFile(path, "n 0\n", 0644);
+    int asked = 0;
+    const auto stopAfterThree = [&] { return ++asked < 3; };
+    const auto throwAtOnce = []() -> bool { throw std::runtime_error("stopped by the caller"); };
+    struct Case {
+        teskpf::LockWait wait;
+        std::string held, free;
+    } const cases[] = {
+        {{milliseconds(0), {}}, "timed out after 0 s [ETIMEDOUT]", "ok"},
+        {{milliseconds(150), {}}, "timed out after 0.15 s [ETIMEDOUT]", "ok"},
+        // Bounded, so that a check that is not asked fails instead of hanging.
+        {{std::chrono::seconds(20), stopAfterThree}, "interrupted [EINTR]", "ok"},
+        {{std::chrono::seconds(20), throwAtOnce}, "stopped by the caller", "ok"},
+        {{std::chrono::hours(24 * 3650), stopAfterThree}, "interrupted [EINTR]", "ok"},
+    };
+    for (const Case &c : cases) {
+        std::optional<teskpf::FileLock> held(std::in_place, path);
+        asked = 0;
+        const auto start = std::chrono::steady_clock::now();
+        const std::string message = "cannot lock '" + path + "': ";
+        const std::string got = outcome([&] { teskpf::FileLock lock(path, c.wait); });
+        EXPECT_EQ(got, c.held.rfind("stopped", 0) == 0 ? c.held : message + c.held);
+        const auto waited = std::chrono::steady_clock::now() - start;
+        if (c.held.rfind("timed out", 0) == 0) {
+            EXPECT_GE(waited, *c.wait.timeout);
+        }
+        if (c.held == "interrupted [EINTR]") {
+            EXPECT_EQ(asked, 3);
+        }
+        held.reset();
+        EXPECT_EQ(outcome([&] { teskpf::Editor::openLocked(path, c.wait); }), c.free);
+        if (HasFailure()) break;  // the unbounded case last must not hang on a broken check
+    }
 }
 
 TEST_F(SafeSave, LockRefusesWhatItCannotLock) {

@@ -1,4 +1,4 @@
-// teskpf set NAME KEY VALUE [--file FILE] [--check] [-o FILE]: change one
+// teskpf set NAME KEY VALUE [--file FILE] [--check] [-o FILE] [--wait SECONDS]: change one
 // value in place.
 #include <teskpf/classic.h>
 
@@ -21,8 +21,9 @@ void requireValid(const CommandLine &line, const teskpf::Editor &editor, const s
 }
 
 // --file FILE: set KEY in FILE, adding it there when FILE lacks it.
-void setInFile(const CommandLine &line, const std::string &key, const std::string &value) {
-    teskpf::Editor editor = openForEditing("set", line.value("--file"), false);
+void setInFile(const CommandLine &line, const std::string &key, const std::string &value,
+               const teskpf::LockWait &wait) {
+    teskpf::Editor editor = openForEditing("set", line.value("--file"), false, wait);
     editAndSave("set", editor, [&](teskpf::Editor &e) {
         if (e.lineOf(key) >= 0)
             e.setValue(key, value);
@@ -39,12 +40,13 @@ int runSet(const CommandLine &line) {
     // A line end would split the value into lines of their own.
     if (value.find_first_of("\n\r") != std::string::npos) throw UsageError("set: VALUE must be one line", "set");
     if (line.has("--file") && line.has("-o")) throw UsageError("set: choose one of --file and -o", "set");
+    const teskpf::LockWait wait = lockWaitOf(line, "set");
     if (line.has("--file")) {
-        setInFile(line, key, value);
+        setInFile(line, key, value, wait);
         return kExitOk;
     }
 
-    LockedSource source = lockSourceOf(name, key);
+    LockedSource source = lockSourceOf(name, key, wait);
     if (isBlockOpening(*source.pf, source.index))
         throw ToolError("set: " + key + " is a block; only plain values can be set", kExitError);
     // The merged view is needed further only for -o: an in-place edit frees
@@ -71,7 +73,7 @@ int runSet(const CommandLine &line) {
 
 Command setCommand() {
     return {"set",
-            "set NAME KEY VALUE [--file FILE] [--check] [-o FILE]",
+            "set NAME KEY VALUE [--file FILE] [--check] [-o FILE] [--wait SECONDS]",
             "change the value of KEY in place",
             "Changes the value on the one line that supplies the value of KEY in\n"
             "effect (the last file on PFPATH that has it), in that file only; every\n"
@@ -79,7 +81,10 @@ Command setCommand() {
             "pf_revision_time value in the edited file gets the current time. With\n"
             "--file, FILE is edited instead (e.g. a site override layer), and KEY\n"
             "is added there as the last member of its block when FILE lacks it.\n"
-            "The file is locked while it is read, edited and saved atomically.\n"
+            "The file is locked while it is read, edited and saved atomically;\n"
+            "with --wait, a lock another editor holds for longer than SECONDS\n"
+            "(a decimal number, 0 to try once) gives exit status 2 and writes\n"
+            "nothing, where without it the wait lasts until the lock is free.\n"
             "With --check, a VALUE that fails the annotation in effect (as 'teskpf\n"
             "check' would see it after the edit, added keys included) gives exit\n"
             "status 1 and writes nothing. A VALUE that would not read back as\n"
@@ -89,7 +94,10 @@ Command setCommand() {
             "status 1. With -o, the merged entries with the new value are saved to\n"
             "exactly FILE instead, regenerated as 'teskpf fmt' writes them. A VALUE\n"
             "starting with \"-\" other than a number goes after \"--\".\n",
-            {{{"--file", true, true}, {"--check", false}, {"-o", true, true}}, {"NAME", "KEY", "VALUE"}, 3, false},
+            {{{"--file", true, true}, {"--check", false}, {"-o", true, true}, {"--wait", true}},
+             {"NAME", "KEY", "VALUE"},
+             3,
+             false},
             runSet,
             "teskpf set station '[\"digitizer\"][\"sample_rate\"]' 200"};
 }

@@ -1,13 +1,16 @@
 #include "edit_source.h"
 
+#include <cmath>
+
 #include "entries.h"
 #include "param_files.h"
+#include "teskpf/convert.h"
 #include "teskpf/error.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
 
-LockedSource lockSourceOf(const std::string &name, const std::string &key) {
+LockedSource lockSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {
     // The file is known only after reading, and another editor may change
     // which file supplies the key before the lock is held: read again under
     // the lock until both reads agree.
@@ -19,7 +22,7 @@ LockedSource lockSourceOf(const std::string &name, const std::string &key) {
     }
     for (;;) {
         const std::string file = sourceFile(source);
-        teskpf::FileLock lock(file);
+        teskpf::FileLock lock(file, wait);
         TeskPf pf = loadParameterFile(name);
         const int index = requireEntry(pf, key, name);
         std::string now = pf.getSource(index);
@@ -31,10 +34,22 @@ LockedSource lockSourceOf(const std::string &name, const std::string &key) {
     }
 }
 
-teskpf::Editor openForEditing(const std::string &command, const std::string &file, bool locked) {
+teskpf::LockWait lockWaitOf(const CommandLine &line, const std::string &command) {
+    teskpf::LockWait wait;
+    if (!line.has("--wait")) return wait;
+    const std::string text = line.value("--wait");
+    const std::optional<double> seconds = teskpf::to_float(text);
+    if (!seconds || !std::isfinite(*seconds) || *seconds < 0)
+        throw UsageError(command + ": --wait takes a number of seconds, not '" + text + "'", command);
+    wait.timeout = std::chrono::duration<double>(*seconds);
+    return wait;
+}
+
+teskpf::Editor openForEditing(const std::string &command, const std::string &file, bool locked,
+                              const teskpf::LockWait &wait) {
     try {
         // A second lock on the file from this process would wait for the first.
-        return locked ? teskpf::Editor::open(file) : teskpf::Editor::openLocked(file);
+        return locked ? teskpf::Editor::open(file) : teskpf::Editor::openLocked(file, wait);
     } catch (const teskpf::Error &error) {
         throw ToolError(command + ": " + error.what(), kExitError);
     }

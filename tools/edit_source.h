@@ -7,6 +7,7 @@
 #include <string>
 
 #include "TeskPf.h"
+#include "cli_args.h"
 #include "teskpf/editor.h"
 #include "teskpf/save.h"
 
@@ -23,13 +24,21 @@ struct LockedSource {
     teskpf::FileLock lock;
 };
 
-// Throws ToolError: exit 2 when `name` resolves to no file, exit 1 when it
-// has no `key`.
-LockedSource lockSourceOf(const std::string &name, const std::string &key);
+// Waits for the lock as `wait` says. Throws ToolError: exit 2 when `name`
+// resolves to no file or the lock is not had in time, exit 1 when it has no
+// `key`.
+LockedSource lockSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait);
 
-// An editor on `file`, holding its lock unless `locked` says the caller holds
-// it already. Throws ToolError (exit 2) when it cannot be read or locked.
-teskpf::Editor openForEditing(const std::string &command, const std::string &file, bool locked);
+// How long --wait SECONDS lets `command` wait for a lock; without it, until
+// the lock is held. Throws UsageError for a value that is not a number of
+// seconds.
+teskpf::LockWait lockWaitOf(const CommandLine &line, const std::string &command);
+
+// An editor on `file`, holding its lock (waited for as `wait` says) unless
+// `locked` says the caller holds it already. Throws ToolError (exit 2) when it
+// cannot be read or locked.
+teskpf::Editor openForEditing(const std::string &command, const std::string &file, bool locked,
+                              const teskpf::LockWait &wait = {});
 
 // Runs `edit` on `editor` and saves it; a refused edit becomes ToolError
 // (exit 2) "COMMAND: FILE: cannot ...: REASON", and nothing is written.

@@ -24,6 +24,7 @@ namespace teskpf {
 class ParsedFile;
 class FileLock;
 class FileText;
+struct LockWait;
 
 class TESKPF_API Editor {
 public:
@@ -34,6 +35,9 @@ public:
     // or saveAs() returns, or the editor goes away. Throws IoError when the
     // file cannot be locked.
     static Editor openLocked(const std::string &path);
+    // The same, waiting for the lock as `wait` says (a timeout, a check that
+    // may end the wait; see teskpf::LockWait in <teskpf/save.h>).
+    static Editor openLocked(const std::string &path, const LockWait &wait);
     // An editor on `text`, named `name` in messages; save() writes to `name`.
     // Throws Error when the text does not parse.
     static Editor fromText(const std::string &name, std::string text);

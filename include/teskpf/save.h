@@ -1,6 +1,9 @@
 // Saving a file safely, and locking it for a read-modify-write.
 #pragma once
 
+#include <chrono>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +28,21 @@ TESKPF_API void saveFile(const std::string &path, std::string_view content);
 // if it goes on. Never fails.
 TESKPF_API void removeTempFilesOnSignal() noexcept;
 
+// How FileLock waits while another holder has the lock.
+struct LockWait {
+    // The longest wait, in seconds (any std::chrono duration converts); none
+    // waits until the lock is held, zero (or less) tries once. When it
+    // passes, FileLock throws IoError "cannot lock 'PATH': timed out after
+    // N s" (errno ETIMEDOUT).
+    std::optional<std::chrono::duration<double>> timeout;
+    // Asked between attempts, at most 50 ms apart, on the waiting thread;
+    // false ends the wait with IoError "cannot lock 'PATH': interrupted"
+    // (errno EINTR), and what it throws passes through. This lets a caller
+    // end a wait on a signal or a request to stop without the library
+    // installing signal handlers.
+    std::function<bool()> keep_waiting;
+};
+
 // An advisory exclusive lock (flock) on one file, for read-modify-write: hold
 // it from before reading until after saveFile. Every process that edits the
 // file must take it. Because a save replaces the file, the lock re-checks
@@ -35,6 +53,10 @@ public:
     // Blocks until the lock is held; throws IoError when `path` cannot be
     // opened for reading or is not a regular file.
     explicit FileLock(const std::string &path);
+    // Waits as `wait` says: with a timeout or a keep_waiting check the lock
+    // is polled (a non-blocking attempt, then a pause growing from 1 ms to
+    // 50 ms), else this blocks as above.
+    FileLock(const std::string &path, const LockWait &wait);
     ~FileLock();
     FileLock(FileLock &&other) noexcept;
     // Releases the lock held, then takes over `other`'s.

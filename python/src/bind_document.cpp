@@ -28,19 +28,19 @@ const char *typeName(teskpf::ValueType type) {
 }
 
 // The names of a block's members, in file order ("" for list items).
-std::vector<std::string> memberNames(const teskpf::Node &node) {
-    std::vector<std::string> names;
-    names.reserve(node.size());
-    for (teskpf::Member member : node) names.emplace_back(member.name);
+py::list memberNames(const teskpf::Node &node) {
+    py::list names;
+    for (teskpf::Member member : node) names.append(text(member.name));
     return names;
 }
 
 }  // namespace
 
 void bindDocument(py::module_ &module) {
+    const py::call_guard<py::gil_scoped_release> released;
     py::class_<teskpf::Verdict>(module, "Verdict", "A value's verdict against the annotation in effect.")
         .def_readonly("ok", &teskpf::Verdict::ok)
-        .def_readonly("annotation", &teskpf::Verdict::annotation)
+        .def_property_readonly("annotation", [](const teskpf::Verdict &v) { return text(v.annotation); })
         .def_property_readonly("origin", [](const teskpf::Verdict &v) { return originName(v.origin); })
         .def_property_readonly("where",
                                [](const teskpf::Verdict &v) { return std::make_pair(v.from.file, v.from.line); })
@@ -50,7 +50,7 @@ void bindDocument(py::module_ &module) {
                                    for (teskpf::ValueType type : v.types) names.emplace_back(typeName(type));
                                    return names;
                                })
-        .def_readonly("message", &teskpf::Verdict::message);
+        .def_property_readonly("message", [](const teskpf::Verdict &v) { return text(v.message); });
 
     py::class_<teskpf::Node>(module, "Node", "A place in a Document: the document, a block, a list or a value.")
         .def("__bool__", [](const teskpf::Node &n) { return static_cast<bool>(n); })
@@ -58,36 +58,56 @@ void bindDocument(py::module_ &module) {
         .def("is_list", &teskpf::Node::is_list)
         .def("is_value", &teskpf::Node::is_value)
         .def(
-            "member", [](const teskpf::Node &n, std::string_view name) { return n[name]; }, py::keep_alive<0, 1>())
+            "member", [](const teskpf::Node &n, const Text &name) { return n[name.bytes]; }, py::keep_alive<0, 1>())
         .def(
             "item", [](const teskpf::Node &n, std::size_t i) { return n[i]; }, py::keep_alive<0, 1>())
         .def("size", &teskpf::Node::size)
         .def("names", &memberNames)
-        .def("key_path", &teskpf::Node::key_path)
-        .def("name", [](const teskpf::Node &n) { return std::string(n.name()); })
+        .def("key_path", [](const teskpf::Node &n) { return text(n.key_path()); })
+        .def("name", [](const teskpf::Node &n) { return text(n.name()); })
         .def("level", &teskpf::Node::level)
         .def("source",
              [](const teskpf::Node &n) {
                  teskpf::Source source = n.source();
-                 return py::make_tuple(source.file, source.line);
+                 return py::make_tuple(path(source.file), source.line);
              })
-        .def("comment", [](const teskpf::Node &n) { return std::string(n.comment()); })
-        .def("annotation", [](const teskpf::Node &n) { return std::string(n.annotation()); })
-        .def("text", [](const teskpf::Node &n) { return std::string(n.text()); })
-        .def("fields", &teskpf::Node::fields)
+        .def("comment", [](const teskpf::Node &n) { return text(n.comment()); })
+        .def("annotation", [](const teskpf::Node &n) { return text(n.annotation()); })
+        .def("text", [](const teskpf::Node &n) { return text(n.text()); })
+        .def("fields", [](const teskpf::Node &n) { return texts(n.fields()); })
         .def("check", &teskpf::Node::check);
 
     py::class_<teskpf::Document>(module, "Document", "Parameter files read and merged like the classic class.")
-        .def_static("load", &teskpf::Document::load, py::arg("name"))
-        .def_static("load_file", &teskpf::Document::loadFile, py::arg("path"))
-        .def_static("parse", &teskpf::Document::parse, py::arg("text"), py::arg("name") = "<string>")
-        .def_property_readonly("files", &teskpf::Document::files)
+        // Reading and parsing let other Python threads run meanwhile.
+        .def_static(
+            "load", [](const Text &name) { return teskpf::Document::load(name.bytes); }, py::arg("name"), released)
+        .def_static(
+            "load_file", [](const Path &file) { return teskpf::Document::loadFile(file.bytes); }, py::arg("path"),
+            released)
+        .def_static(
+            "parse",
+            [](const Text &content, const Path &name) { return teskpf::Document::parse(content.bytes, name.bytes); },
+            py::arg("text"), py::arg("name") = "<string>", released)
+        .def_property_readonly("files",
+                               [](const teskpf::Document &d) {
+                                   py::list files;
+                                   for (const std::string &file : d.files()) files.append(path(file));
+                                   return files;
+                               })
         .def("root", &teskpf::Document::root, py::keep_alive<0, 1>())
-        .def("find", &teskpf::Document::find, py::keep_alive<0, 1>());
+        .def(
+            "find", [](const teskpf::Document &d, const Text &key_path) { return d.find(key_path.bytes); },
+            py::keep_alive<0, 1>());
 
-    module.def("to_integer", &teskpf::to_integer, "The integer a value stands for, as <int> reads it; None if none.");
-    module.def("to_float", &teskpf::to_float, "The number a value stands for, as <float> reads it; None if none.");
-    module.def("to_bool", &teskpf::to_bool, "True for true/yes/on/1, False for false/no/off/0 (any case); else None.");
+    module.def(
+        "to_integer", [](const Text &value) { return teskpf::to_integer(value.bytes); },
+        "The integer a value stands for, as <int> reads it; None if none.");
+    module.def(
+        "to_float", [](const Text &value) { return teskpf::to_float(value.bytes); },
+        "The number a value stands for, as <float> reads it; None if none.");
+    module.def(
+        "to_bool", [](const Text &value) { return teskpf::to_bool(value.bytes); },
+        "True for true/yes/on/1, False for false/no/off/0 (any case); else None.");
 }
 
 }  // namespace teskpf_python

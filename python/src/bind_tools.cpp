@@ -1,8 +1,13 @@
 // The diagnostics and the format-preserving editor.
+#include <chrono>
+#include <cmath>
+#include <optional>
+
 #include <pybind11/stl.h>
 
 #include <teskpf/diagnostics.h>
 #include <teskpf/editor.h>
+#include <teskpf/save.h>
 
 #include "bindings.h"
 
@@ -10,31 +15,75 @@ namespace py = pybind11;
 
 namespace teskpf_python {
 
+namespace {
+
+// Editor::openLocked with the GIL released while it waits, so that the
+// thread holding the lock can go on; a signal (Ctrl-C) ends the wait with the
+// exception its Python handler raises. `timeout` in seconds, None for none.
+teskpf::Editor openLocked(const Path &file, std::optional<double> timeout) {
+    teskpf::LockWait wait;
+    if (timeout) {
+        if (std::isnan(*timeout) || *timeout < 0) throw py::value_error("timeout must be a number of seconds >= 0");
+        wait.timeout = std::chrono::duration<double>(*timeout);
+    }
+    wait.keep_waiting = [] {
+        py::gil_scoped_acquire held;
+        if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+        return true;
+    };
+    py::gil_scoped_release released;
+    return teskpf::Editor::openLocked(file.bytes, wait);
+}
+
+py::str describe(const teskpf::Diagnostic &d) {
+    return text(d.file + ":" + std::to_string(d.line) + ":" + std::to_string(d.column) + ": " +
+                teskpf::severityName(d.severity) + ": " + d.message + " [" + d.rule + "]");
+}
+
+}  // namespace
+
 void bindTools(py::module_ &module) {
+    // Reading, locking and saving let other Python threads run meanwhile.
+    const py::call_guard<py::gil_scoped_release> released;
     py::class_<teskpf::Diagnostic>(module, "Diagnostic", "One problem found in one file; locations are 1-based.")
-        .def_readonly("file", &teskpf::Diagnostic::file)
+        .def_property_readonly("file", [](const teskpf::Diagnostic &d) { return path(d.file); })
         .def_readonly("line", &teskpf::Diagnostic::line)
         .def_readonly("column", &teskpf::Diagnostic::column)
         .def_property_readonly("severity", [](const teskpf::Diagnostic &d) { return teskpf::severityName(d.severity); })
-        .def_readonly("rule", &teskpf::Diagnostic::rule)
-        .def_readonly("message", &teskpf::Diagnostic::message)
-        .def_readonly("key", &teskpf::Diagnostic::key)
-        .def("__repr__", [](const teskpf::Diagnostic &d) {
-            return d.file + ":" + std::to_string(d.line) + ":" + std::to_string(d.column) + ": " +
-                   teskpf::severityName(d.severity) + ": " + d.message + " [" + d.rule + "]";
-        });
-    module.def("check_file", &teskpf::checkFile, py::arg("path"));
-    module.def("check_name", &teskpf::checkName, py::arg("name"));
+        .def_property_readonly("rule", [](const teskpf::Diagnostic &d) { return text(d.rule); })
+        .def_property_readonly("message", [](const teskpf::Diagnostic &d) { return text(d.message); })
+        .def_property_readonly("key", [](const teskpf::Diagnostic &d) { return text(d.key); })
+        .def("__repr__", &describe);
+    module.def(
+        "check_file", [](const Path &file) { return teskpf::checkFile(file.bytes); }, py::arg("path"), released);
+    module.def(
+        "check_name", [](const Text &name) { return teskpf::checkName(name.bytes); }, py::arg("name"), released);
 
     py::class_<teskpf::Editor>(module, "Editor", "Edits one file, changing only the bytes an edit concerns.")
-        .def_static("open_locked", &teskpf::Editor::openLocked, py::arg("path"))
-        .def_property_readonly("text", &teskpf::Editor::text)
+        .def_static("open_locked", &openLocked, py::arg("path"), py::arg("timeout") = py::none())
+        .def_property_readonly("text", [](const teskpf::Editor &e) { return text(e.text()); })
+        .def_property_readonly(
+            "data", [](const teskpf::Editor &e) { return py::bytes(e.text()); }, "The content's bytes, edits included.")
         .def_property_readonly("changed", &teskpf::Editor::changed)
-        .def("set_value", &teskpf::Editor::setValue, py::arg("key_path"), py::arg("value"))
-        .def("set_comment", &teskpf::Editor::setComment, py::arg("key_path"), py::arg("comment"))
-        .def("add", &teskpf::Editor::add, py::arg("key_path"), py::arg("value"), py::arg("comment") = "")
-        .def("remove", &teskpf::Editor::remove, py::arg("key_path"))
-        .def("save", &teskpf::Editor::save);
+        .def(
+            "set_value",
+            [](teskpf::Editor &e, const Text &key_path, const Text &value) { e.setValue(key_path.bytes, value.bytes); },
+            py::arg("key_path"), py::arg("value"))
+        .def(
+            "set_comment",
+            [](teskpf::Editor &e, const Text &key_path, const Text &comment) {
+                e.setComment(key_path.bytes, comment.bytes);
+            },
+            py::arg("key_path"), py::arg("comment"))
+        .def(
+            "add",
+            [](teskpf::Editor &e, const Text &key_path, const Text &value, const Text &comment) {
+                e.add(key_path.bytes, value.bytes, comment.bytes);
+            },
+            py::arg("key_path"), py::arg("value"), py::arg("comment") = "")
+        .def(
+            "remove", [](teskpf::Editor &e, const Text &key_path) { e.remove(key_path.bytes); }, py::arg("key_path"))
+        .def("save", &teskpf::Editor::save, released);
 }
 
 }  // namespace teskpf_python

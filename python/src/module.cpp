@@ -1,5 +1,4 @@
 // The extension module: errors first, so that every later part may raise them.
-#include <cstring>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -14,17 +13,6 @@ namespace teskpf_python {
 
 namespace {
 
-// A str of `size` bytes at `text` from the library: a file name decoded as
-// os.fsdecode does (undecodable bytes kept as surrogates), a message as UTF-8
-// with any undecodable byte shown as an escape.
-py::str fromLibrary(const char *text, size_t size, bool is_file_name) {
-    const auto length = static_cast<Py_ssize_t>(size);
-    PyObject *decoded = is_file_name ? PyUnicode_DecodeFSDefaultAndSize(text, length)
-                                     : PyUnicode_DecodeUTF8(text, length, "backslashreplace");
-    if (!decoded) throw py::error_already_set();
-    return py::reinterpret_steal<py::str>(decoded);
-}
-
 // The errno value of `code`; 0 for a reason of the library's own.
 int errnoOf(std::error_code code) {
     const std::error_category &category = code.category();
@@ -35,8 +23,8 @@ int errnoOf(std::error_code code) {
 // for an IoError its errno value.
 void raiseFor(const py::handle &type, const teskpf::Error &error, std::optional<int> errno_value = std::nullopt) {
     try {
-        py::object raised = type(fromLibrary(error.what(), std::strlen(error.what()), false));
-        raised.attr("file") = fromLibrary(error.file().data(), error.file().size(), true);
+        py::object raised = type(text(error.what()));
+        raised.attr("file") = path(error.file());
         raised.attr("line") = error.line();
         if (errno_value) raised.attr("errno") = *errno_value;
         PyErr_SetObject(type.ptr(), raised.ptr());
@@ -76,7 +64,7 @@ void bindErrors(py::module_ &module) {
         } catch (const teskpf::Error &e) {
             raiseFor(error, e);
         } catch (const std::string &message) {  // the classic class's errors
-            error(message.c_str());
+            raiseFor(error, teskpf::Error(message));
         }
     });
 }

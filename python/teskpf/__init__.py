@@ -62,11 +62,34 @@ def _typed(node: Any) -> Any:
 
 
 def _plain(node: Any, typed: bool) -> Any:
-    if node.is_block():
-        return {name: _plain(node.member(name), typed) for name in node.names()}
-    if node.is_list():
-        return [_plain(node.item(i), typed) for i in range(node.size())]
-    return _typed(node) if typed else node.text()
+    """Nested dict/list/str of a node, built with a stack instead of recursion,
+    so that any depth of nesting that reading accepts converts."""
+
+    def start(of: Any) -> Any:  # a value, or the empty dict/list to fill
+        if of.is_block():
+            return {}
+        if of.is_list():
+            return []
+        return _typed(of) if typed else of.text()
+
+    result = start(node)
+    pending = [(node, result)]
+    while pending:
+        parent, filled = pending.pop()
+        if type(filled) is dict:
+            # A repeated name stands for its last definition, at its first place.
+            for name in dict.fromkeys(parent.names()):
+                child = parent.member(name)
+                filled[name] = value = start(child)
+                if type(value) in (dict, list):
+                    pending.append((child, value))
+        else:
+            for i in range(parent.size()):
+                child = parent.item(i)
+                filled.append(start(child))
+                if type(filled[-1]) in (dict, list):
+                    pending.append((child, filled[-1]))
+    return result
 
 
 class Block(Mapping):
@@ -224,17 +247,26 @@ class Editor:
 
     @property
     def text(self) -> str:
-        """The file's text with the edits so far."""
+        """The file's text with the edits so far (bytes that are not UTF-8 as surrogates)."""
         return self._editor.text
+
+    @property
+    def data(self) -> bytes:
+        """The file's bytes with the edits so far."""
+        return self._editor.data
 
 
 @contextlib.contextmanager
-def edit(path: str | os.PathLike) -> Iterator[Editor]:
+def edit(path: str | os.PathLike, timeout: float | None = None) -> Iterator[Editor]:
     """Locks the file, yields an Editor and saves on a clean exit.
 
-    On an exception nothing is written. The lock is released on leaving.
+    Waits for a lock another editor holds, other threads running meanwhile;
+    with ``timeout`` (seconds, 0 to try once) for at most that long, then
+    raises IoError (errno ETIMEDOUT). A signal ends the wait (Ctrl-C raises
+    KeyboardInterrupt). On an exception nothing is written. The lock is
+    released on leaving.
     """
-    editor = Editor(_teskpf.Editor.open_locked(os.fspath(path)))
+    editor = Editor(_teskpf.Editor.open_locked(os.fspath(path), timeout))
     try:
         yield editor
         if editor._editor.changed:

@@ -1,4 +1,9 @@
-"""Type stubs of the compiled part of teskpf."""
+"""Type stubs of the compiled part of teskpf.
+
+Text from files (values, keys, comments, messages) arrives as str decoded as
+UTF-8 with "surrogateescape"; arguments take such a str (or bytes) and encode
+it back byte for byte. File names are decoded as os.fsdecode does.
+"""
 
 from typing import Optional
 
@@ -76,9 +81,11 @@ def check_name(name: str) -> list[Diagnostic]: ...
 
 class Editor:
     @staticmethod
-    def open_locked(path: str) -> Editor: ...
+    def open_locked(path: str, timeout: Optional[float] = ...) -> Editor: ...
     @property
     def text(self) -> str: ...
+    @property
+    def data(self) -> bytes: ...
     @property
     def changed(self) -> bool: ...
     def set_value(self, key_path: str, value: str) -> None: ...

@@ -2,6 +2,8 @@
 // README), a one-value edit of every parameter file the tests ship changing
 // exactly one line, and concurrent edits of one file losing nothing.
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -183,4 +185,49 @@ TEST(EditTool, ConcurrentSetsLoseNothing) {
     TeskPf pf(dir.path() + "/shared.pf", 0);
     for (int i = 0; i < 2 * pairs; ++i)
         EXPECT_EQ(pf.getValue("[\"k" + std::to_string(i) + "\"]", nullptr, nullptr), "1") << i;
+}
+
+// --wait SECONDS bounds the wait for a lock another process holds: exit
+// status 2, nothing written; a free lock is taken at once.
+TEST(EditTool, WaitBoundsTheLockWait) {
+    TempDir dir;
+    dir.write("shared.pf", "k\t0\n");
+    const std::string file = dir.path() + "/shared.pf";
+    // A child holds the lock, for 20 s at most, so that a tool that waits
+    // regardless fails the test instead of hanging it.
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t holder = fork();
+    if (holder == 0) {
+        const int held = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+        if (flock(held, LOCK_EX) == 0 && write(ready[1], "h", 1) == 1) sleep(20);
+        _exit(0);
+    }
+    close(ready[1]);
+    char byte = 0;
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
+    close(ready[0]);
+    const std::string timed_out = "cannot lock './shared.pf': timed out after ";
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"set", "--wait", "0.2", "shared", "k", "1"}, "teskpf: " + timed_out + "0.2 s\n"},
+        {{"set", "--wait", "0", "--file", "shared.pf", "shared", "k", "1"},
+         "teskpf: set: cannot lock 'shared.pf': timed out after 0 s\n"},
+        {{"unset", "--wait", "0.1", "shared", "k"}, "teskpf: " + timed_out + "0.1 s\n"},
+        {{"unset", "--wait", "0", "--file", "shared.pf", "shared", "k"},
+         "teskpf: unset: cannot lock 'shared.pf': timed out after 0 s\n"},
+        {{"set", "--wait", "soon", "shared", "k", "1"},
+         "teskpf: set: --wait takes a number of seconds, not 'soon' (see 'teskpf set --help')\n"},
+        {{"unset", "--wait", "-1", "shared", "k"},
+         "teskpf: unset: --wait takes a number of seconds, not '-1' (see 'teskpf unset --help')\n"},
+    };
+    for (const auto &[args, err] : cases) {
+        const tool_run::ToolRun run = tool_run::runTool(args, dir.path(), ".");
+        EXPECT_EQ(run.status, 2) << args[2];
+        EXPECT_EQ(run.err, err);
+    }
+    EXPECT_EQ(readText(file), "k\t0\n");
+    kill(holder, SIGKILL);
+    waitpid(holder, nullptr, 0);
+    EXPECT_EQ(tool_run::runTool({"set", "--wait", "0", "shared", "k", "1"}, dir.path(), ".").status, 0);
+    EXPECT_EQ(readText(file), "k\t1\n");
 }

@@ -423,8 +423,10 @@ Editor Editor::open(const std::string &path) {
     return editor;
 }
 
-Editor Editor::openLocked(const std::string &path) {
-    auto lock = std::make_unique<FileLock>(path);
+Editor Editor::openLocked(const std::string &path) { return openLocked(path, LockWait{}); }
+
+Editor Editor::openLocked(const std::string &path, const LockWait &wait) {
+    auto lock = std::make_unique<FileLock>(path, wait);
     Editor editor = open(path);
     editor.state_->lock = std::move(lock);
     return editor;

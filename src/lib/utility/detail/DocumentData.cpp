@@ -46,8 +46,11 @@ std::string_view DocumentData::field(int32_t entry, int which) const {
 }
 
 std::string_view DocumentData::nameOf(int32_t entry) const {
-    const size_t at = static_cast<size_t>(entry);
-    return kept(entry, FIELD_KEY, [&](std::string &buffer) { return store.writtenKey(at, buffer); });
+    // The key as the file holds it: the writer's rule reads it back from the
+    // key path, which loses a name holding "[" such as "q[0]".
+    const FileEntry &at = store.entryOf(static_cast<size_t>(entry));
+    if (at.kind == EntryKind::Note || at.position >= 0) return {};
+    return store.fileOf(static_cast<size_t>(entry)).key(at);
 }
 
 bool DocumentData::opensBlock(int32_t entry) const { return store.entryOf(static_cast<size_t>(entry)).opensBlock(); }

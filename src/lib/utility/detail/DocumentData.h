@@ -45,7 +45,7 @@ struct DocumentData {
 
 private:
     // A field that the store builds into a buffer (a value with a tab or
-    // "\#", an annotated comment, a name holding "[") is built once and kept
+    // "\#", an annotated comment) is built once and kept
     // in `built`, so that views of it outlive the call; fields read verbatim
     // are views of the file's text.
     template <typename Read>
