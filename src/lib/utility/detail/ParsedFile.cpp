@@ -62,8 +62,12 @@ void ParsedFile::parse() {
     std::vector<OpenBlock> open{{-1, 0, false, 0}};
     // Most files hold no NUL byte: one look at the whole text spares one per line.
     const bool has_nul = text.find('\0') != std::string_view::npos;
-    // Lines run about 30 bytes; what the guess leaves unused is given back at the end.
-    entries_.reserve(text.size() / 24 + 16);
+    // At most one entry per line: reserved at once, so that the entries are
+    // never copied to grow. The slots of closing lines stay unused; large
+    // reservations are pages never touched.
+    const size_t lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n')) +
+                         (!text.empty() && text.back() != '\n' ? 1 : 0);
+    entries_.reserve(lines);
     size_t pos = 0;
     uint32_t line = 0;
     // Only a text of INT_MAX bytes or more can hold more lines than an int counts.
@@ -140,7 +144,9 @@ void ParsedFile::parse() {
         open.push_back({index, entry.level + 1, opened == BlockKind::Tbl, 0});
     }
     line_count_ = line;
-    if (entries_.capacity() > entries_.size() + entries_.size() / 8) entries_.shrink_to_fit();
+    // Giving the unused slots back copies the entries: worth it only when
+    // many lines were closing or stray ones (a copy doubles the peak).
+    if (entries_.capacity() > entries_.size() + entries_.size() / 4) entries_.shrink_to_fit();
     for (size_t i = open.size(); i-- > 1;) {
         const FileEntry &opening = entries_[static_cast<size_t>(open[i].entry)];
         notes_.push_back(
