@@ -34,6 +34,27 @@ bool sameRecord(const ParsedFile &before, size_t a, const ParsedFile &after, siz
     return before.comment(x, buffer_x) == after.comment(y, buffer_y) && before.constraints(x) == after.constraints(y);
 }
 
+// The fields of one entry that an edit compares, copied out of its parse so
+// that they outlive a change of its text.
+struct Fields {
+    int32_t level;
+    EntryKind kind;
+    std::string key, value, comment, constraints;
+    bool operator==(const Fields &o) const {
+        return level == o.level && kind == o.kind && key == o.key && value == o.value && comment == o.comment &&
+               constraints == o.constraints;
+    }
+};
+
+Fields fieldsOf(const ParsedFile &parsed, size_t index) {
+    const FileEntry &e = parsed.entries()[index];
+    std::string buffer;
+    Fields fields{e.level, e.kind, std::string(parsed.key(e)), std::string(parsed.value(e, buffer)), {}, {}};
+    fields.comment = std::string(parsed.comment(e, buffer));
+    fields.constraints = std::string(parsed.constraints(e));
+    return fields;
+}
+
 // Whether `after` reads as `before` with entries [first, first + removed)
 // replaced by `inserted` others: every other entry unchanged, in order.
 bool sameAround(const ParsedFile &before, const ParsedFile &after, size_t first, size_t removed, size_t inserted) {
@@ -175,6 +196,38 @@ struct Editor::State {
         text_copy_valid = false;
     }
 
+    // Replaces text[begin, end), within the line of entry `index`, by
+    // `replacement`. When the line stays the same kind of line the parse is
+    // changed in place (see ParsedFile::replaceInLine: every other entry then
+    // reads as before by construction), `check(before, after)` judges the
+    // entry's fields, and a refused edit is undone; otherwise the text is
+    // re-read whole through splice and `verify`. In place, the text is never
+    // held twice.
+    template <typename Check, typename Verify>
+    void spliceLine(size_t index, size_t begin, size_t end, std::string_view replacement, const std::string &what,
+                    long line, Check check, Verify verify) {
+        const Fields before = fieldsOf(*parsed, index);
+        const std::string old_bytes(text().substr(begin, end - begin));
+        if (!parsed->replaceInLine(index, begin, end, replacement)) {
+            splice(begin, end, replacement, what, line, verify);
+            return;
+        }
+        bool accepted = false;
+        try {
+            accepted = check(before, fieldsOf(*parsed, index));
+        } catch (...) {
+            accepted = false;
+        }
+        if (!accepted) {
+            // The old bytes give the old line back, which reads as before;
+            // the text shrinks back or grows within its buffer: no allocation.
+            parsed->replaceInLine(index, begin, begin + replacement.size(), old_bytes);
+            refuse(name, what, "the result would not read back as asked", line);
+        }
+        changed = changed || replacement != old_bytes;
+        text_copy_valid = false;
+    }
+
     void setValueAt(size_t index, std::string_view value, const std::string &what) {
         const FileEntry &e = entry(index);
         const long line = lineNumber(index);
@@ -190,7 +243,11 @@ struct Editor::State {
         }
         appendEscaped(written, value);
         const auto layout = layoutOf(*parsed);
-        splice(begin, end, written, what, line, [&](const ParsedFile &reread) {
+        const auto check = [&](Fields before, const Fields &after) {
+            before.value = std::string(value);
+            return before == after;
+        };
+        spliceLine(index, begin, end, written, what, line, check, [&](const ParsedFile &reread) {
             std::string buffer;
             return sameAround(*parsed, reread, index, 1, 1) && sameRecord(*parsed, index, reread, index, false) &&
                    reread.value(reread.entries()[index], buffer) == value && layoutOf(reread) == layout;
@@ -217,7 +274,12 @@ struct Editor::State {
             while (begin > e.line_begin && (text()[begin - 1] == ' ' || text()[begin - 1] == '\t')) --begin;
         }
         const auto layout = layoutOf(*parsed);
-        splice(begin, end, replacement, what, line, [&](const ParsedFile &reread) {
+        const auto check = [&](Fields before, const Fields &after) {
+            before.comment = after.comment;
+            before.constraints = after.constraints;
+            return before == after && parsed->at(entry(index).comment) == written;
+        };
+        spliceLine(index, begin, end, replacement, what, line, check, [&](const ParsedFile &reread) {
             return sameAround(*parsed, reread, index, 1, 1) && sameRecord(*parsed, index, reread, index, true, false) &&
                    layoutOf(reread) == layout && reread.at(reread.entries()[index].comment) == written;
         });
