@@ -21,6 +21,8 @@ def walk(cfg: teskpf.Config, key: str):
     """cfg[name][position]... along the components the C++ parser reads."""
     node = cfg
     for part in _teskpf.parse_key_path(_teskpf.key_path(key)):
+        if isinstance(node, str):  # a value has no members
+            raise KeyError(part)
         node = node[part]
     return node
 
