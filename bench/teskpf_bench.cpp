@@ -17,6 +17,7 @@
 
 #include <teskpf/diagnostics.h>
 #include <teskpf/document.h>
+#include <teskpf/explain.h>
 
 #include "TeskPf.h"
 #include "generate_pf.h"
@@ -334,9 +335,26 @@ void BM_CheckLayeredOverrides(benchmark::State &state) {
     state.SetComplexityN(static_cast<int64_t>(keys));
 }
 
+// teskpf::explain of one key of two layers of N keys each, the site
+// overriding every base key without its annotation: the files are read and
+// merged once per call, and the annotation is found in the base. Linear.
+void BM_ExplainLayered(benchmark::State &state) {
+    const size_t keys = static_cast<size_t>(state.range(0));
+    std::string base, site;
+    for (size_t i = 0; i < keys; ++i) {
+        base += "k" + std::to_string(i) + " 1 #<int>\n";
+        site += "k" + std::to_string(i) + " 2\n";
+    }
+    const TwoLayers layers("explain", "keys", base, site);
+    const std::string key = "[\"k" + std::to_string(keys / 2) + "\"]";
+    for (auto _ : state) benchmark::DoNotOptimize(teskpf::explain("keys", key));
+    state.SetComplexityN(static_cast<int64_t>(keys));
+}
+
 BENCHMARK(BM_CheckWordList)->Apply(wordListSizes);
 BENCHMARK(BM_CheckLayeredWordList)->Apply(wordListSizes);
 BENCHMARK(BM_CheckLayeredOverrides)->Apply(wordListSizes);
+BENCHMARK(BM_ExplainLayered)->Apply(wordListSizes);
 
 }  // namespace
 
