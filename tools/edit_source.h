@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "TeskPf.h"
+#include <TeskPf.h>
 #include "teskpf/editor.h"
 #include "teskpf/save.h"
 
