@@ -17,6 +17,7 @@
 
 #include <teskpf/diagnostics.h>
 #include <teskpf/document.h>
+#include <teskpf/explain.h>
 
 #include "TeskPf.h"
 #include "generate_pf.h"
@@ -314,17 +315,23 @@ void wordListSizes(benchmark::internal::Benchmark *family) {
     family->MinTime(kMinSeconds)->Unit(benchmark::kMillisecond)->Complexity(benchmark::oN);
 }
 
-// Node::check on every value of two layers where the site overrides each of N
-// base keys without repeating its annotation: each verdict looks the key up
-// in the base file, read alone once for all of them. Linear.
-void BM_CheckLayeredOverrides(benchmark::State &state) {
-    const size_t keys = static_cast<size_t>(state.range(0));
+// Two layers of keys.pf: the base's N keys k0 ... k(N-1) annotated <int>, the
+// site's overriding each of them without the annotation.
+TwoLayers overriddenKeys(const std::string &tag, size_t keys) {
     std::string base, site;
     for (size_t i = 0; i < keys; ++i) {
         base += "k" + std::to_string(i) + " 1 #<int>\n";
         site += "k" + std::to_string(i) + " 2\n";
     }
-    const TwoLayers layers("overrides", "keys", base, site);
+    return TwoLayers(tag, "keys", base, site);
+}
+
+// Node::check on every value of two layers where the site overrides each of N
+// base keys without repeating its annotation: each verdict looks the key up
+// in the base file, read alone once for all of them. Linear.
+void BM_CheckLayeredOverrides(benchmark::State &state) {
+    const size_t keys = static_cast<size_t>(state.range(0));
+    const TwoLayers layers = overriddenKeys("overrides", keys);
     for (auto _ : state) {
         const teskpf::Document document = teskpf::Document::load("keys");
         size_t ok = 0;
@@ -334,9 +341,21 @@ void BM_CheckLayeredOverrides(benchmark::State &state) {
     state.SetComplexityN(static_cast<int64_t>(keys));
 }
 
+// teskpf::explain of one key of two layers of N keys each, the site
+// overriding every base key without its annotation: the files are read and
+// merged once per call, and the annotation is found in the base. Linear.
+void BM_ExplainLayered(benchmark::State &state) {
+    const size_t keys = static_cast<size_t>(state.range(0));
+    const TwoLayers layers = overriddenKeys("explain", keys);
+    const std::string key = "[\"k" + std::to_string(keys / 2) + "\"]";
+    for (auto _ : state) benchmark::DoNotOptimize(teskpf::explain("keys", key));
+    state.SetComplexityN(static_cast<int64_t>(keys));
+}
+
 BENCHMARK(BM_CheckWordList)->Apply(wordListSizes);
 BENCHMARK(BM_CheckLayeredWordList)->Apply(wordListSizes);
 BENCHMARK(BM_CheckLayeredOverrides)->Apply(wordListSizes);
+BENCHMARK(BM_ExplainLayered)->Apply(wordListSizes);
 
 }  // namespace
 

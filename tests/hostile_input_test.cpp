@@ -15,6 +15,9 @@
 
 #include <gtest/gtest.h>
 
+#include <teskpf/document.h>
+#include <teskpf/error.h>
+
 #include "TeskPf.h"
 #include "test_support.h"
 
@@ -238,6 +241,17 @@ TEST(HostileInput, DeepNestingInSeveralFilesSharesOneKeyPathBudget) {
     for (size_t i = 0; i < levels; ++i) total += 5 * (i + 1);
     size_t line = 0;
     for (total += 5; total <= budget; total += 5 * (++line + 1)) {}
-    EXPECT_EQ(loadError("deep"), early + ":" + std::to_string(line) + ": key paths exceed " + std::to_string(budget) +
-                                     " bytes; blocks are nested too deeply");
+    const std::string message = early + ":" + std::to_string(line) + ": key paths exceed " + std::to_string(budget) +
+                                " bytes; blocks are nested too deeply";
+    EXPECT_EQ(loadError("deep"), message);
+    // A document reports the same message as a teskpf::Error that names the
+    // file and its 1-based line.
+    try {
+        teskpf::Document::load("deep");
+        ADD_FAILURE() << "the document loaded";
+    } catch (const teskpf::Error &error) {
+        EXPECT_EQ(error.what(), message);
+        EXPECT_EQ(error.file(), early);
+        EXPECT_EQ(error.line(), static_cast<long>(line) + 1);
+    }
 }

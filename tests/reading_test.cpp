@@ -18,12 +18,12 @@ using namespace test_support;
 
 // A constraint table as text: each record's type code, followed by its words
 // in parentheses when it has any; records separated by blanks.
-static std::string render(const Table<TeskPf_Constraint> &table) {
+static std::string render(const teskpf::ConstraintTable &table) {
     std::string out;
-    for (const TeskPf_Constraint &c : table) {
-        out += (out.empty() ? "" : " ") + std::to_string(c.type);
-        for (size_t i = 0; i < c.string_enum.size(); ++i) out += (i ? "|" : "(") + c.string_enum[i];
-        out += c.string_enum.empty() ? "" : ")";
+    for (const teskpf::Constraint &c : table) {
+        out += (out.empty() ? "" : " ") + std::to_string(static_cast<int>(c.type));
+        for (size_t i = 0; i < c.words.size(); ++i) out += (i ? "|" : "(") + c.words[i];
+        out += c.words.empty() ? "" : ")";
     }
     return out;
 }
@@ -60,18 +60,14 @@ TEST(ConstraintParser, ParsesAndRegistersAnnotationTexts) {
         {"<int> <bogus>", nullptr},
     };
     for (const auto &[text, table] : cases) {
-        const std::optional<Table<TeskPf_Constraint>> parsed = teskpf::parseConstraintText(text);
+        const std::optional<teskpf::ConstraintTable> parsed = teskpf::parseConstraintText(text);
         EXPECT_EQ(parsed ? render(*parsed) : "(none)", table ? table : "(none)") << text;
         // The reference model of the differential tests reads them alike.
         reference::Constraints model;
-        Table<TeskPf_Constraint> rendered;
+        teskpf::ConstraintTable rendered;
         const bool ok = reference::parseConstraints(text, model);
-        for (const reference::Constraint &c : model) {
-            TeskPf_Constraint record;
-            record.type = c.type;
-            for (const std::string &word : c.words) record.string_enum.push_back(word);
-            rendered.push_back(record);
-        }
+        for (const reference::Constraint &c : model)
+            rendered.push_back({static_cast<teskpf::ValueType>(c.type), c.words});
         EXPECT_EQ(ok ? render(rendered) : "(none)", table ? table : "(none)") << "reference model: " << text;
     }
 }
@@ -198,10 +194,7 @@ TEST(Loading, TildeFallsBackToHomeWithoutAUserDatabaseEntry) {
         std::string name = "~/x.pf";
         teskpf::expandHome(name);
         unsetenv("HOME");
-        std::string error = thrown([] {
-            std::string none = "~/x";
-            teskpf::expandHome(none);
-        });
+        std::string error = thrown([] { TeskPf("~/x", 0); });
         _exit(name == "/fallback/x.pf" && error.find("no home directory") != std::string::npos ? 0 : 1);
     }
     int status = -1;

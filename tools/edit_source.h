@@ -6,7 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "TeskPf.h"
+#include <TeskPf.h>
+
 #include "cli_args.h"
 #include "teskpf/editor.h"
 #include "teskpf/save.h"

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "TeskPf.h"
+#include <TeskPf.h>
 
 namespace teskpf_tool {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "TeskPf.h"
+#include <TeskPf.h>
 
 namespace teskpf_tool {
 

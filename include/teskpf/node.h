@@ -13,12 +13,14 @@
 #include <vector>
 
 #include <teskpf/export.h>
+#include <teskpf/value_type.h>
 
 namespace teskpf {
 
 namespace detail {
 struct DocumentData;
-}
+enum class EntryField : int;
+}  // namespace detail
 
 // Where an entry was read from.
 struct Source {
@@ -33,9 +35,6 @@ enum class AnnotationOrigin {
     Enclosing,   // the comment of the block that directly contains it
     Overridden,  // the annotation of the definition this one overrides, in a lower file
 };
-
-// The type an annotation asks for.
-enum class ValueType { Str, Int, Float, Color, Font, Regex };
 
 // The verdict on a value against the annotation in effect.
 struct Verdict {
@@ -129,7 +128,7 @@ private:
     friend class MemberIterator;
     Node(const detail::DocumentData *data, std::int32_t entry) : data_(data), entry_(entry) {}
     // Field `which` of the classic entry record; "" for the document and empty nodes.
-    std::string_view fieldOrEmpty(int which) const;
+    std::string_view fieldOrEmpty(detail::EntryField which) const;
 
     const detail::DocumentData *data_ = nullptr;
     std::int32_t entry_ = -1;  // index of the entry; -1 for the document itself

@@ -6,7 +6,7 @@
 
 #include <pybind11/stl.h>
 
-#include "TeskPf.h"
+#include <TeskPf.h>
 #include "bindings.h"
 
 namespace py = pybind11;

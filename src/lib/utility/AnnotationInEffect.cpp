@@ -1,6 +1,7 @@
 #include "detail/AnnotationInEffect.h"
 
 #include "detail/KeyPath.h"
+#include "teskpf/error.h"
 
 namespace teskpf::detail {
 
@@ -23,7 +24,7 @@ const Store *AnnotationInEffect::alone(size_t id) {
         tried_[id] = true;
         try {
             alone_[id] = std::make_unique<const Store>(std::vector<ParsedFile>{merged_.file(id)});
-        } catch (const std::string &) {
+        } catch (const Error &) {
             // Its key paths exceed what it may take read alone: it tells nothing.
         }
     }
@@ -84,8 +85,7 @@ Verdict verdictOf(const FoundAnnotation &found, const std::string &key_path, std
         verdict.message = key_path + ": cannot parse constraints '" + verdict.annotation + "'";
         return verdict;
     }
-    for (const TeskPf_Constraint &constraint : check->constraints())
-        verdict.types.push_back(static_cast<ValueType>(constraint.type));
+    for (const Constraint &constraint : check->constraints()) verdict.types.push_back(constraint.type);
     // An annotation that reaches a block opening is for its members.
     verdict.ok = !is_value || check->satisfies(value);
     if (!verdict.ok) verdict.message = key_path + ": " + std::string(value) + " does not satisfy " + verdict.annotation;

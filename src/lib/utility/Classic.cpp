@@ -1,14 +1,22 @@
 #include <teskpf/classic.h>
+#include <teskpf/error.h>
 #include <teskpf/search.h>
 
 #include <sys/stat.h>
 
 #include "detail/AnnotationInEffect.h"
-#include "detail/BlockSyntax.h"
-#include "detail/ClassicAccess.h"
 #include "detail/ReadFile.h"
 
 namespace teskpf {
+
+namespace detail {
+
+// The entries behind a classic handle; null for a handle that holds none.
+struct ClassicStore {
+    static const Store *of(const TeskPf &pf) { return pf.store.get(); }
+};
+
+}  // namespace detail
 
 namespace {
 
@@ -38,32 +46,41 @@ Verdict verdictIn(const detail::Store &store, int index, const std::string *prop
 
 // The store decides, as it does for checkValue, without copying annotation
 // texts: a block's annotation may be long and serve many members.
-bool opensBlock(const TeskPf &pf, int index) { return isMarker(pf.getEntry(index).get(FIELD_VALUE)); }
+bool opensBlock(const TeskPf &pf, int index) {
+    return index >= 0 && index < pf.size() &&
+           detail::ClassicStore::of(pf)->entryOf(static_cast<size_t>(index)).opensBlock();
+}
 
 int annotatedEntry(const TeskPf &pf, int index) {
     if (index < 0 || index >= pf.size()) return -1;
-    return detail::ClassicAccess::store(pf)->annotatedEntry(static_cast<size_t>(index));
+    return detail::ClassicStore::of(pf)->annotatedEntry(static_cast<size_t>(index));
 }
 
 Verdict checkInEffect(const TeskPf &pf, int index, const std::string *proposal) {
-    const detail::Store *store = detail::ClassicAccess::store(pf);
+    const detail::Store *store = detail::ClassicStore::of(pf);
     if (!store) return failed("no such key");
     return verdictIn(*store, index, proposal);
 }
 
 Verdict checkEdit(const std::string &name, const std::string &path, std::string_view text, const std::string &key) {
+    // The files below `path`; all of them when it is not on the path.
+    const std::vector<std::string> files = parameterFiles(name);
+    size_t below = 0;
+    while (below < files.size() && !sameFile(files[below], path)) ++below;
+    // A file that cannot be read is an error; files that do not parse or
+    // merge give a failed verdict with the reason.
+    std::vector<ParsedFile> parsed;
     try {
-        // The files below `path`; all of them when it is not on the path.
-        const std::vector<std::string> files = parameterFiles(name);
-        size_t below = 0;
-        while (below < files.size() && !sameFile(files[below], path)) ++below;
-        std::vector<ParsedFile> parsed;
-        for (size_t i = 0; i < below; ++i) parsed.emplace_back(files[i], readFileOrThrow(files[i]));
-        parsed.emplace_back(path, FileText(text));
+        for (size_t i = 0; i <= below; ++i) {
+            FileText read = i < below ? readFileOrThrow(files[i]) : FileText(text);
+            parsed.emplace_back(i < below ? files[i] : path, std::move(read));
+        }
         const detail::Store store(std::move(parsed));
         return verdictIn(store, store.find(key), nullptr);
-    } catch (const std::string &message) {
-        return failed(message);
+    } catch (const IoError &) {
+        throw;
+    } catch (const Error &error) {
+        return failed(error.what());
     }
 }
 

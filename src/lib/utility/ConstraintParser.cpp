@@ -4,15 +4,16 @@ namespace teskpf {
 
 namespace {
 
-std::optional<int> typeCode(std::string_view keyword) {
+// The keywords in the order of ValueType.
+std::optional<ValueType> typeOf(std::string_view keyword) {
     static constexpr std::string_view keywords[] = {"str", "int", "float", "color", "font", "regex"};
     for (int code = 0; code < 6; ++code) {
-        if (keyword == keywords[code]) return code;
+        if (keyword == keywords[code]) return static_cast<ValueType>(code);
     }
     return std::nullopt;
 }
 
-void appendWords(std::string_view list, Table<std::string> &words) {
+void appendWords(std::string_view list, std::vector<std::string> &words) {
     size_t pos = 0;
     while (pos < list.size()) {
         size_t end = list.find(' ', pos);
@@ -24,8 +25,8 @@ void appendWords(std::string_view list, Table<std::string> &words) {
 
 }  // namespace
 
-std::optional<Table<TeskPf_Constraint>> parseConstraintText(std::string_view text) {
-    Table<TeskPf_Constraint> table;
+std::optional<ConstraintTable> parseConstraintText(std::string_view text) {
+    ConstraintTable table;
     size_t j = 0;
     while (j < text.size() && text[j] == '<') {
         size_t type_start = j + 1;
@@ -41,11 +42,11 @@ std::optional<Table<TeskPf_Constraint>> parseConstraintText(std::string_view tex
             list = text.substr(list_start, j - list_start);
             ++j;
         }
-        std::optional<int> type = typeCode(type_string);
+        std::optional<ValueType> type = typeOf(type_string);
         if (!type) return std::nullopt;
-        TeskPf_Constraint constraint;
+        Constraint constraint;
         constraint.type = *type;
-        if (*type == CONSTRAINT_STR) appendWords(list, constraint.string_enum);
+        if (*type == ValueType::Str) appendWords(list, constraint.words);
         table.push_back(std::move(constraint));
         ++j;  // the one separator character after each annotation
     }

@@ -12,7 +12,7 @@ bool isBlank(char c) { return c == ' ' || c == '\t'; }
 // Whether `text` begins with annotations that parse: "<int> ..." yes, "<x" no.
 bool startsWithAnnotation(std::string_view text) {
     if (text.empty() || text[0] != '<') return false;
-    std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(text);
+    std::optional<ConstraintTable> table = parseConstraintText(text);
     return table && !table->empty();
 }
 

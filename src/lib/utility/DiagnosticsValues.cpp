@@ -1,14 +1,13 @@
 // The value rule across layers: every value in effect against the annotation
 // in effect (its own, its block's, or the one of the definition it overrides).
 #include "detail/AnnotationInEffect.h"
-#include "detail/ClassicAccess.h"
 #include "detail/DiagnosticRules.h"
 
 namespace teskpf {
 
 void checkValues(const Layers &layers, std::vector<Diagnostic> &out) {
     if (!layers.merged) return;
-    const detail::Store &merged = *detail::ClassicAccess::store(*layers.merged);
+    const detail::Store &merged = *layers.merged;
     detail::AnnotationInEffect annotations(merged);
     std::string buffer;
     for (size_t i = 0; i < merged.size(); ++i) {

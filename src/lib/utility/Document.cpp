@@ -17,23 +17,12 @@ namespace teskpf {
 
 namespace {
 
-// Parses the files and builds the document; the core's std::string errors
-// become teskpf::Error naming the file being read.
+// Parses the files and builds the document.
 std::unique_ptr<detail::DocumentData> build(std::vector<std::string> names, std::vector<FileText> texts) {
     std::vector<ParsedFile> files;
     files.reserve(names.size());
-    std::unique_ptr<detail::DocumentData> data;
-    std::string current;
-    try {
-        for (size_t i = 0; i < names.size(); ++i) {
-            current = names[i];
-            files.emplace_back(names[i], std::move(texts[i]));
-        }
-        current = names.size() == 1 ? names[0] : std::string();
-        data = std::make_unique<detail::DocumentData>(std::move(files));
-    } catch (const std::string &message) {
-        throw Error(message, current);
-    }
+    for (size_t i = 0; i < names.size(); ++i) files.emplace_back(names[i], std::move(texts[i]));
+    auto data = std::make_unique<detail::DocumentData>(std::move(files));
     data->files = std::move(names);
     return data;
 }

@@ -76,11 +76,7 @@ std::vector<std::pair<LayoutNoteKind, uint32_t>> layoutOf(const ParsedFile &pars
 }
 
 std::unique_ptr<ParsedFile> parse(const std::string &name, FileText text) {
-    try {
-        return std::make_unique<ParsedFile>(name, std::move(text));
-    } catch (const std::string &message) {
-        throw Error(message, name);
-    }
+    return std::make_unique<ParsedFile>(name, std::move(text));
 }
 
 // The last entry whose key path is `path`, or -1.

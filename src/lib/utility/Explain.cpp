@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "detail/AnnotationInEffect.h"
-#include "detail/ClassicAccess.h"
 #include "detail/EntryStore.h"
 #include "detail/KeyPath.h"
 #include "detail/Layers.h"
@@ -76,18 +75,19 @@ KeyExplanation explain(const std::string &name, const std::string &key_path) {
     KeyExplanation out;
     out.key = key_path;
     collectDefinitions(layers, key_path, out);
-    const int index = layers.merged ? layers.merged->getEntryIndex(key_path) : -1;
+    const int index = layers.merged ? layers.merged->find(key_path) : -1;
     KeyDefinition *chosen = nullptr;
     if (index >= 0) {
-        const SourceLine source = splitSource(layers.merged->getSource(index));
-        const int at = layers.layerOf(source.file);
+        const detail::Store &merged = *layers.merged;
+        const size_t at_index = static_cast<size_t>(index);
+        const int at = layers.layerOf(merged.fileOf(at_index).name());
+        const long line = static_cast<long>(merged.entryOf(at_index).line) + 1;
         for (KeyDefinition &definition : out.definitions)
-            if (at >= 0 && definition.file == layers.files[static_cast<size_t>(at)].path &&
-                definition.line == source.line + 1)
+            if (at >= 0 && definition.file == layers.files[static_cast<size_t>(at)].path && definition.line == line)
                 chosen = &definition;
         // The annotation found lives as long as the resolver that found it.
-        detail::AnnotationInEffect annotations(*detail::ClassicAccess::store(*layers.merged));
-        const detail::FoundAnnotation annotation = annotations.of(static_cast<size_t>(index));
+        detail::AnnotationInEffect annotations(merged);
+        const detail::FoundAnnotation annotation = annotations.of(at_index);
         out.annotation = std::string(annotation.text());
         if (!out.annotation.empty()) out.annotation_origin = layers.reported(annotation.where());
     }

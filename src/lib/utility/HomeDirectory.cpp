@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "teskpf/error.h"
+
 namespace teskpf {
 
 namespace {
@@ -36,7 +38,7 @@ std::string homeDirectory(const std::string &name) {
     if (!home.empty()) return home;
     const char *variable = std::getenv("HOME");
     if (variable && variable[0] != '\0') return variable;
-    throw "TeskPf: cannot expand '~' in '" + name + "': the current user has no home directory";
+    throw Error("TeskPf: cannot expand '~' in '" + name + "': the current user has no home directory");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <system_error>
 
-#include "detail/ClassicAccess.h"
 #include "detail/FileSearch.h"
 #include "detail/KeyPath.h"
 #include "detail/ReadFile.h"
@@ -13,23 +12,21 @@ namespace teskpf {
 
 namespace {
 
-// The classic handle of `name` over `count` layers from `layers`, built from
-// their parses; none, with `error` set, when it does not load. When a layer
-// did not parse, the classic constructor reads the files again, so that the
-// message is the one reading `name` gives.
-std::optional<TeskPf> loadClassic(const Layer *layers, size_t count, const std::string &name, std::string &error) {
-    try {
-        std::vector<ParsedFile> parsed;
-        parsed.reserve(count);
-        for (size_t i = 0; i < count; ++i) {
-            if (!layers[i].parsed) return TeskPf(name, 0);
-            parsed.push_back(*layers[i].parsed);
-        }
-        return detail::ClassicAccess::fromParsed(std::move(parsed), name);
-    } catch (const std::string &message) {
-        error = message;
+// The layers merged as reading their name merges them; null when one did not
+// parse or their key paths together exceed what reading them may take.
+std::unique_ptr<const detail::Store> merge(const std::vector<Layer> &layers) {
+    std::vector<ParsedFile> parsed;
+    parsed.reserve(layers.size());
+    for (const Layer &layer : layers) {
+        if (!layer.parsed) return nullptr;
+        parsed.push_back(*layer.parsed);
     }
-    return std::nullopt;
+    try {
+        return std::make_unique<const detail::Store>(std::move(parsed));
+    } catch (const Error &) {
+        // checkLayeredKeyPaths reports where.
+        return nullptr;
+    }
 }
 
 Layer readLayer(const std::string &path, const std::string &source) {
@@ -39,8 +36,8 @@ Layer readLayer(const std::string &path, const std::string &source) {
     FileText text = readFileOrThrow(path);
     try {
         layer.parsed.emplace(source, std::move(text));
-    } catch (const std::string &message) {
-        layer.parse_error = message;
+    } catch (const Error &error) {
+        layer.parse_error = error.what();
         return layer;
     }
     layer.entry_at_line.assign(layer.parsed->lineCount(), -1);
@@ -52,14 +49,14 @@ Layer readLayer(const std::string &path, const std::string &source) {
 }  // namespace
 
 Layers Layers::ofFile(const std::string &path) {
-    // The classic handle searches PFPATH for a name without "/": keep it to this file.
+    // Reading a name without "/" searches PFPATH: keep it to this file.
     const std::string source = path.find('/') == std::string::npos ? "./" + path : path;
     Layers layers;
     layers.files.push_back(readLayer(path, source));
     if (findParameterFiles(source) != std::vector<std::string>{source})
         throw IoError("cannot check " + path + " alone: reading it would read another file; name it *.pf", path,
                       std::make_error_code(std::errc::invalid_argument));
-    layers.merged = loadClassic(layers.files.data(), 1, source, layers.merged_error);
+    layers.merged = merge(layers.files);
     return layers;
 }
 
@@ -68,7 +65,7 @@ Layers Layers::ofName(const std::string &name) {
     if (paths.empty()) throwNoParameterFile(name, "no parameter file named '" + name + "' along PFPATH");
     Layers layers;
     for (const std::string &path : paths) layers.files.push_back(readLayer(path, path));
-    layers.merged = loadClassic(layers.files.data(), layers.files.size(), name, layers.merged_error);
+    layers.merged = merge(layers.files);
     return layers;
 }
 
@@ -81,12 +78,6 @@ int Layers::layerOf(const std::string &source) const {
 std::string Layers::reported(const Source &where) const {
     const int at = layerOf(where.file);
     return (at >= 0 ? files[static_cast<size_t>(at)].path : where.file) + ":" + std::to_string(where.line);
-}
-
-SourceLine splitSource(const std::string &source) {
-    size_t colon = source.rfind(':');
-    if (colon == std::string::npos) return {};
-    return {source.substr(0, colon), std::strtol(source.c_str() + colon + 1, nullptr, 10)};
 }
 
 }  // namespace teskpf

@@ -3,7 +3,6 @@
 #include <teskpf/convert.h>
 #include <teskpf/error.h>
 
-#include "TeskPf.h"
 #include "detail/DocumentData.h"
 #include "detail/KeyPath.h"
 #include "detail/ValueCheck.h"
@@ -87,13 +86,13 @@ Source Node::source() const {
     return {data_->store.fileOf(at).name(), static_cast<long>(data_->store.entryOf(at).line) + 1};
 }
 
-std::string_view Node::comment() const { return fieldOrEmpty(FIELD_COMMENT); }
+std::string_view Node::comment() const { return fieldOrEmpty(detail::EntryField::Comment); }
 
-std::string_view Node::annotation() const { return fieldOrEmpty(FIELD_CONSTRAINTS); }
+std::string_view Node::annotation() const { return fieldOrEmpty(detail::EntryField::Constraints); }
 
-std::string_view Node::text() const { return fieldOrEmpty(FIELD_VALUE); }
+std::string_view Node::text() const { return fieldOrEmpty(detail::EntryField::Value); }
 
-std::string_view Node::fieldOrEmpty(int which) const {
+std::string_view Node::fieldOrEmpty(detail::EntryField which) const {
     if (!data_ || entry_ < 0) return {};
     return data_->field(entry_, which);
 }

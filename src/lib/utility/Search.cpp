@@ -10,11 +10,7 @@ namespace teskpf {
 
 std::string homeExpanded(std::string_view path) {
     std::string expanded(path);
-    try {
-        expandHome(expanded);
-    } catch (const std::string &message) {
-        throw Error(message);
-    }
+    expandHome(expanded);
     return expanded;
 }
 

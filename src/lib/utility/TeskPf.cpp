@@ -17,17 +17,34 @@
 
 using std::string;
 
+// The classic type codes are the values of the core's ValueType.
+static_assert(CONSTRAINT_STR == static_cast<int>(teskpf::ValueType::Str) &&
+              CONSTRAINT_INT == static_cast<int>(teskpf::ValueType::Int) &&
+              CONSTRAINT_FLOAT == static_cast<int>(teskpf::ValueType::Float) &&
+              CONSTRAINT_COLOR == static_cast<int>(teskpf::ValueType::Color) &&
+              CONSTRAINT_FONT == static_cast<int>(teskpf::ValueType::Font) &&
+              CONSTRAINT_REGEX == static_cast<int>(teskpf::ValueType::Regex));
+
+namespace {
+
+int typeCode(teskpf::ValueType type) { return static_cast<int>(type); }
+
+}  // namespace
+
 // ---- Construction and loading -----------------------------------------------
 
+// The core reports errors as teskpf::Error; the classic class throws their
+// messages as std::string, here and in write.
 TeskPf::TeskPf(string name, int type) {
     if (type != 0) throw std::string("Unknown type");
-    teskpf::expandHome(name);
-    store = std::make_shared<const teskpf::detail::Store>(teskpf::findParameterFiles(name));
+    try {
+        teskpf::expandHome(name);
+        store = std::make_shared<const teskpf::detail::Store>(teskpf::findParameterFiles(name));
+    } catch (const teskpf::Error &error) {
+        throw std::string(error.what());
+    }
     pffile = name;
 }
-
-TeskPf::TeskPf(std::shared_ptr<const teskpf::detail::Store> loaded, string name)
-    : pffile(std::move(name)), store(std::move(loaded)) {}
 
 // ---- Queries ----------------------------------------------------------------
 
@@ -123,17 +140,8 @@ string TeskPf::getConstraints(string key, bool *checkOk) const { return getConst
 string TeskPf::getConstraints(int index, bool *checkOk) const {
     if (!validIndex(index)) return "";
     std::string_view constraints = store->constraints(static_cast<size_t>(index));
-    if (checkOk) *checkOk = store->constraintTable(constraints) != nullptr;
+    if (checkOk) *checkOk = store->annotationCheck(constraints) != nullptr;
     return string(constraints);
-}
-
-const Table<TeskPf_Constraint> &TeskPf::getConstraintsTable(int index) const {
-    static const Table<TeskPf_Constraint> none;
-    if (!validIndex(index)) return none;
-    const int annotated = store->annotatedEntry(static_cast<size_t>(index));
-    if (annotated < 0) return none;
-    const Table<TeskPf_Constraint> *table = store->constraintTable(store->constraints(static_cast<size_t>(annotated)));
-    return table ? *table : none;
 }
 
 string TeskPf::getValue(string key, bool *checkOk, Table<int> *types) const {
@@ -160,7 +168,7 @@ bool TeskPf::checkValue(int index, string *invalue, Table<int> *types) const {
     if (types) {
         types->clear();
         if (check)
-            for (const TeskPf_Constraint &constraint : check->constraints()) types->set(-1, constraint.type);
+            for (const teskpf::Constraint &constraint : check->constraints()) types->set(-1, typeCode(constraint.type));
     }
     if (!check) return true;
     string buffer;
@@ -199,12 +207,14 @@ string TeskPf::getPfString() const {
 void TeskPf::write(string &file) const {
     if (size() == 0) return;
     string name = file;
-    teskpf::expandHome(name);
-    if (name.size() > 3 && name.compare(name.size() - 3, 3, ".pf") != 0) name += ".pf";
     try {
+        teskpf::expandHome(name);
+        if (name.size() > 3 && name.compare(name.size() - 3, 3, ".pf") != 0) name += ".pf";
         teskpf::saveFile(name, getPfString());
     } catch (const teskpf::IoError &error) {
         throw "TeskPf::write: " + string(error.what());  // "cannot write 'NAME': REASON"
+    } catch (const teskpf::Error &error) {
+        throw string(error.what());
     }
     file = name;
 }

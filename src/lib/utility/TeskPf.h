@@ -25,7 +25,7 @@
 
 namespace teskpf::detail {
 class Store;
-struct ClassicAccess;
+struct ClassicStore;
 }  // namespace teskpf::detail
 
 // Positions of the six fields of an entry record.
@@ -150,11 +150,9 @@ protected:
     }
 
 private:
-    friend struct teskpf::detail::ClassicAccess;
-    // A handle over files already read and merged, as if read by name.
-    TESKPF_LOCAL TeskPf(std::shared_ptr<const teskpf::detail::Store> loaded, std::string name);
+    // The helpers of teskpf/classic.h read the entries behind a handle.
+    friend struct teskpf::detail::ClassicStore;
 
-    const Table<TeskPf_Constraint> &getConstraintsTable(int index) const;
     // The value and comment as they stand, edits included; `buffer` holds
     // texts that are not stored as they are.
     std::string_view storedValue(int index, std::string &buffer) const;

@@ -43,23 +43,23 @@ std::optional<double> leadingFloat(const std::string &field) {
 namespace {
 
 // The verdict for every type but <str>, whose words need a lookup.
-bool hasTypeOf(const std::string &field, int type) {
+bool hasTypeOf(const std::string &field, ValueType type) {
     switch (type) {
-    case CONSTRAINT_INT: return leadingInteger(field).has_value();
-    case CONSTRAINT_FLOAT: return leadingFloat(field).has_value();
-    case CONSTRAINT_COLOR:
-    case CONSTRAINT_FONT:
-    case CONSTRAINT_REGEX: return true;
+    case ValueType::Int: return leadingInteger(field).has_value();
+    case ValueType::Float: return leadingFloat(field).has_value();
+    case ValueType::Color:
+    case ValueType::Font:
+    case ValueType::Regex: return true;
     default: return false;
     }
 }
 
 }  // namespace
 
-AnnotationCheck::AnnotationCheck(Table<TeskPf_Constraint> constraints) : constraints_(std::move(constraints)) {
+AnnotationCheck::AnnotationCheck(ConstraintTable constraints) : constraints_(std::move(constraints)) {
     words_.reserve(constraints_.size());
-    for (const TeskPf_Constraint &constraint : constraints_)
-        words_.emplace_back(constraint.string_enum.begin(), constraint.string_enum.end());
+    for (const Constraint &constraint : constraints_)
+        words_.emplace_back(constraint.words.begin(), constraint.words.end());
 }
 
 bool AnnotationCheck::satisfies(std::string_view value) const {
@@ -67,7 +67,7 @@ bool AnnotationCheck::satisfies(std::string_view value) const {
     Table<std::string> fields = splitFields(value);
     if (fields.size() != constraints_.size()) return false;
     for (size_t i = 0; i < fields.size(); ++i) {
-        if (constraints_[i].type != CONSTRAINT_STR) {
+        if (constraints_[i].type != ValueType::Str) {
             if (!hasTypeOf(fields[i], constraints_[i].type)) return false;
         } else if (!words_[i].empty() && words_[i].count(fields[i]) == 0) {
             return false;

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "TeskPf.h"
+#include "detail/Constraint.h"
 
 namespace teskpf {
 
@@ -14,6 +14,6 @@ namespace teskpf {
 // is not str, int, float, color, font or regex). Reading stops at the first
 // position that does not hold "<"; a text not starting with "<" gives an
 // empty table.
-std::optional<Table<TeskPf_Constraint>> parseConstraintText(std::string_view text);
+std::optional<ConstraintTable> parseConstraintText(std::string_view text);
 
 }  // namespace teskpf

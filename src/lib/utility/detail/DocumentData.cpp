@@ -1,6 +1,5 @@
 #include "detail/DocumentData.h"
 
-#include "TeskPf.h"
 #include "detail/KeyPath.h"
 
 namespace teskpf::detail {
@@ -22,8 +21,8 @@ DocumentData::DocumentData(std::vector<ParsedFile> parsed) : store(std::move(par
 }
 
 template <typename Read>
-std::string_view DocumentData::kept(int32_t entry, int which, Read read) const {
-    const int64_t key = int64_t{entry} * 8 + which;
+std::string_view DocumentData::kept(int32_t entry, EntryField which, Read read) const {
+    const int64_t key = int64_t{entry} * 8 + static_cast<int>(which);
     auto found = built.find(key);
     if (found != built.end()) return found->second;
     std::string buffer;
@@ -33,14 +32,14 @@ std::string_view DocumentData::kept(int32_t entry, int which, Read read) const {
     return built.emplace(key, std::string(field)).first->second;
 }
 
-std::string_view DocumentData::field(int32_t entry, int which) const {
+std::string_view DocumentData::field(int32_t entry, EntryField which) const {
     const size_t at = static_cast<size_t>(entry);
     switch (which) {
-    case FIELD_VALUE:
+    case EntryField::Value:
         return editedOr(edited_values, entry, [&] {
             return kept(entry, which, [&](std::string &buffer) { return store.value(at, buffer); });
         });
-    case FIELD_COMMENT: return kept(entry, which, [&](std::string &buffer) { return store.comment(at, buffer); });
+    case EntryField::Comment: return kept(entry, which, [&](std::string &buffer) { return store.comment(at, buffer); });
     default: return store.constraints(at);
     }
 }

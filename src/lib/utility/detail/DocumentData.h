@@ -17,9 +17,12 @@
 
 namespace teskpf::detail {
 
+// The text fields of an entry that a node reads.
+enum class EntryField : int { Key, Value, Comment, Constraints };
+
 struct DocumentData {
-    // Merges `parsed` (lowest precedence first) and builds the tree. Throws a
-    // std::string as Store does.
+    // Merges `parsed` (lowest precedence first) and builds the tree. Throws
+    // Error as Store does.
     explicit DocumentData(std::vector<ParsedFile> parsed);
 
     std::vector<std::string> files;  // lowest precedence first
@@ -31,10 +34,10 @@ struct DocumentData {
     ChangeHook on_change;
 
     const std::vector<int32_t> &childrenOf(int32_t entry) const { return children[static_cast<size_t>(entry + 1)]; }
-    // Field `which` (FIELD_VALUE, FIELD_COMMENT or FIELD_CONSTRAINTS) of entry
-    // `entry`, the value as set() left it. The view stays valid while the
-    // document lives, a value until set() changes it again.
-    std::string_view field(int32_t entry, int which) const;
+    // Field `which` (Value, Comment or Constraints) of entry `entry`, the
+    // value as set() left it. The view stays valid while the document lives,
+    // a value until set() changes it again.
+    std::string_view field(int32_t entry, EntryField which) const;
     // The key as written of entry `entry`; "" for list items. Valid as long.
     std::string_view nameOf(int32_t entry) const;
     // Whether entry `entry` opens a block (its value is a block marker).
@@ -49,7 +52,7 @@ private:
     // in `built`, so that views of it outlive the call; fields read verbatim
     // are views of the file's text.
     template <typename Read>
-    std::string_view kept(int32_t entry, int which, Read read) const;
+    std::string_view kept(int32_t entry, EntryField which, Read read) const;
 
     mutable std::unordered_map<int64_t, std::string> built;  // by entry and field
 };

@@ -8,6 +8,7 @@
 #include "detail/AliveEntries.h"
 #include "detail/ConstraintParser.h"
 #include "detail/KeyPath.h"
+#include "teskpf/error.h"
 
 namespace teskpf::detail {
 
@@ -150,9 +151,11 @@ void Store::addFile(ParsedFile file, bool keep_notes, size_t &key_bytes, size_t 
 std::vector<uint64_t> Store::pathHashes(const ParsedFile &file, size_t &key_bytes, size_t budget) const {
     std::vector<uint64_t> hashes;
     const int32_t crossed = keyPathHashes(file, key_bytes, budget, hashes);
-    if (crossed >= 0)
-        throw file.name() + ":" + std::to_string(file.entries()[static_cast<size_t>(crossed)].line) + ": " +
-            keyPathBudgetExceeded(budget);
+    if (crossed >= 0) {
+        const long line = file.entries()[static_cast<size_t>(crossed)].line;
+        throw Error(file.name() + ":" + std::to_string(line) + ": " + keyPathBudgetExceeded(budget), file.name(),
+                    line + 1);
+    }
     return hashes;
 }
 
@@ -174,7 +177,7 @@ void Store::registerConstraints(const ParsedFile &file) {
             recent[next_recent++ % kRecent] = text;
         }
         if (constraint_tables.count(text) != 0) continue;
-        std::optional<Table<TeskPf_Constraint>> table = parseConstraintText(text);
+        std::optional<ConstraintTable> table = parseConstraintText(text);
         if (table) constraint_tables.emplace(text, AnnotationCheck(std::move(*table)));
     }
 }
@@ -362,11 +365,6 @@ int Store::enclosingEntry(size_t index) const {
         const StoredEntry &candidate = entries[static_cast<size_t>(c)];
         return (candidate.file == block.file && candidate.entry == block.entry) || samePath(candidate, block);
     });
-}
-
-const Table<TeskPf_Constraint> *Store::constraintTable(std::string_view text) const {
-    const AnnotationCheck *check = annotationCheck(text);
-    return check ? &check->constraints() : nullptr;
 }
 
 const AnnotationCheck *Store::annotationCheck(std::string_view text) const {

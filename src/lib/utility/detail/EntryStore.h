@@ -11,7 +11,6 @@
 #include <unordered_map>
 #include <vector>
 
-#include "TeskPf.h"
 #include "detail/AnnotationRule.h"
 #include "detail/KeyPathIndex.h"
 #include "detail/ParsedFile.h"
@@ -40,11 +39,11 @@ bool sameKeyPath(const ParsedFile &file_a, size_t a, const ParsedFile &file_b, s
 class Store {
 public:
     // Reads the files of a search list, the last winning each top-level key
-    // (see TeskPf's constructor). Throws a std::string for a key-less line and
-    // for key paths beyond keyPathBudget of the bytes read.
+    // (see TeskPf's constructor). Throws Error for a key-less line and for key
+    // paths beyond keyPathBudget of the bytes read.
     explicit Store(const std::vector<std::string> &search_list);
     // Merges files already read and parsed (lowest precedence first) the same
-    // way. Throws a std::string for key paths beyond keyPathBudget.
+    // way. Throws Error for key paths beyond keyPathBudget.
     explicit Store(std::vector<ParsedFile> parsed);
 
     size_t size() const { return entries.size(); }
@@ -79,10 +78,8 @@ public:
             static_cast<int>(index), [&](int i) { return constraints(static_cast<size_t>(i)); },
             [&](int i) { return enclosingEntry(static_cast<size_t>(i)); });
     }
-    // The parsed table of an annotation text; null when the text was not
-    // registered (not read on any member line, or malformed).
-    const Table<TeskPf_Constraint> *constraintTable(std::string_view text) const;
-    // The same annotation prepared for checking values; null as above.
+    // An annotation text parsed and prepared for checking values; null when
+    // the text was not registered (not read on any member line, or malformed).
     const AnnotationCheck *annotationCheck(std::string_view text) const;
 
     // Calls visit(index, key_path) for every entry in order; the path is

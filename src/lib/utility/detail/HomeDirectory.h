@@ -7,8 +7,8 @@ namespace teskpf {
 
 // Replaces a leading "~" (that one character only: "~bob/x" becomes
 // HOME + "bob/x") by the home directory of the process's real user: the user
-// database entry's directory, else $HOME. Throws a std::string when neither
-// exists. Other names are left alone.
+// database entry's directory, else $HOME. Throws Error when neither exists.
+// Other names are left alone.
 void expandHome(std::string &name);
 
 }  // namespace teskpf

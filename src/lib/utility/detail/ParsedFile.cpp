@@ -11,6 +11,7 @@
 #include <new>
 
 #include "detail/KeyPath.h"
+#include "teskpf/error.h"
 
 namespace teskpf {
 
@@ -73,7 +74,7 @@ void FileText::splice(size_t begin, size_t end, std::string_view replacement) {
 
 ParsedFile::ParsedFile(std::string name, FileText text) : name_(std::move(name)), text_(std::move(text)) {
     if (text_.view().size() >= UINT32_MAX)
-        throw name_ + ": the file is 4 GiB or larger; parameter files must be smaller";
+        throw Error(name_ + ": the file is 4 GiB or larger; parameter files must be smaller", name_);
     parse();
 }
 
@@ -94,7 +95,8 @@ void ParsedFile::parse() {
     const bool count_lines = text.size() >= static_cast<size_t>(INT_MAX);
     while (pos < text.size()) {
         if (count_lines && line == static_cast<uint32_t>(INT_MAX))
-            throw name_ + ": more than " + std::to_string(INT_MAX) + " lines; the line counter cannot go on";
+            throw Error(name_ + ": more than " + std::to_string(INT_MAX) + " lines; the line counter cannot go on",
+                        name_);
         size_t eol = text.find('\n', pos);
         if (eol == std::string_view::npos) eol = text.size();
         const uint32_t line_begin = static_cast<uint32_t>(pos);
@@ -144,7 +146,8 @@ void ParsedFile::parse() {
             continue;
         }
         if (!block.is_list && spans.key.empty())
-            throw "Cannot parse line '" + std::string(trimmed) + "' in pf string - Arr must have a key";
+            throw Error("Cannot parse line '" + std::string(trimmed) + "' in pf string - Arr must have a key", name_,
+                        static_cast<long>(this_line) + 1);
 
         entry.key = spanIn(text, spans.key);
         entry.value = spanIn(text, spans.value);

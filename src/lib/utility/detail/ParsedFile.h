@@ -108,9 +108,10 @@ struct LayoutNote {
 
 class ParsedFile {
 public:
-    // Parses `text` read from the file called `name`. Throws a std::string for
-    // a key-less line in an associative block, for a text of 4 GiB or more and
-    // for more lines than an int counts.
+    // Parses `text` read from the file called `name`. Throws Error (naming
+    // the file, and the line where there is one) for a key-less line in an
+    // associative block, for a text of 4 GiB or more and for more lines than
+    // an int counts.
     ParsedFile(std::string name, FileText text);
     ParsedFile(std::string name, std::string_view text) : ParsedFile(std::move(name), FileText(text)) {}
 

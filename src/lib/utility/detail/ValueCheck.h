@@ -7,7 +7,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "TeskPf.h"
+#include "Table.h"
+#include "detail/Constraint.h"
 
 namespace teskpf {
 
@@ -30,7 +31,7 @@ std::optional<double> leadingFloat(const std::string &field);
 // checkValue and every other reader ask it.
 class AnnotationCheck {
 public:
-    explicit AnnotationCheck(Table<TeskPf_Constraint> constraints);
+    explicit AnnotationCheck(ConstraintTable constraints);
     // Whether `value` has one field per annotation and each field satisfies
     // its annotation: <str> one of its words (any field when it has none),
     // <int> a leading integer in base 0 notation (decimal, 0x hex, 0 octal)
@@ -38,10 +39,10 @@ public:
     // error (read in the C locale whatever the application's locale),
     // <color>/<font>/<regex> anything. True for an empty annotation.
     bool satisfies(std::string_view value) const;
-    const Table<TeskPf_Constraint> &constraints() const { return constraints_; }
+    const ConstraintTable &constraints() const { return constraints_; }
 
 private:
-    Table<TeskPf_Constraint> constraints_;
+    ConstraintTable constraints_;
     std::vector<std::unordered_set<std::string>> words_;  // per annotation; empty: any field
 };
 
