@@ -1,7 +1,6 @@
 // teskpf::Editor: each edit changes the bytes it means to and no others, and
 // an edit whose result would not read back as asked is refused unchanged.
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -265,8 +264,7 @@ TEST(Editor, DeepKeyPathsAreBoundedByTheReadingBudget) {
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-        const rlimit limit{size_t{1} << 30, size_t{1} << 30};
-        if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(3);
+        if (!limitAddressSpace(rlim_t{1} << 30)) _exit(3);
         try {
             Editor editor = Editor::fromText("d.pf", "a 1\n");
             try {

@@ -75,6 +75,26 @@ TEST(Platform, SearchPathCandidates) {
     EXPECT_EQ(pffiles("x", 1), nullptr);
 }
 
+// Compiling splits lines as reading does: keys trimmed at their end (a
+// carriage return or form feed before the blank is no part of them), tabs in
+// values made blanks, escapes removed, comments cut.
+TEST(Platform, CompiledLinesReadAsFilesDo) {
+    std::string text = "a\r b\nk\tv\t\tw # c\ne\f x\\#y\r\nflag\nl &Tbl{\n\tone\tt # c\n\t# only\n}\n";
+    Pf *pf = nullptr;
+    ASSERT_EQ(pfcompile(text.data(), &pf), 0);
+    std::vector<std::string> read;
+    for (long i = 0; i < pfcount(pf); ++i) {
+        const Pf *member = pfchild(pf, i);
+        read.push_back(std::string(pfkey(pf, i)) + "=" + (member->type == PF_STRING ? member->value.s : "block"));
+    }
+    EXPECT_EQ(read, (std::vector<std::string>{"a=b", "k=v  w", "e=x#y", "flag=", "l=block"}));
+    const Pf *list = pfget(pf, "[\"l\"]");
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(pfcount(list), 1);
+    EXPECT_STREQ(pfvalue(pf, "[\"l\"][0]"), "one t");
+    pffree(pf);
+}
+
 // Compiled trees as applications walk them; that the values are those of the
 // handle's text is tested with the writer.
 TEST(Platform, CompiledTreeLookupsAndErrors) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "detail/BlockSyntax.h"
 #include "detail/EditRules.h"
 #include "detail/EntryStore.h"
 #include "detail/FileIdentity.h"
@@ -298,11 +299,13 @@ struct Editor::State {
 
 void Editor::State::add(std::string_view path, std::string_view value, std::string_view comment) {
     const std::string what = "add " + std::string(path);
-    std::vector<PathComponent> components;
-    if (!splitKeyPath(path, components)) refuse(name, what, "it is not a key path such as [\"a\"][\"b\"][0]");
+    const syntax::ParsedPath parsed_path = syntax::parse(path);
+    if (!parsed_path.ok() || parsed_path.components.empty())
+        refuse(name, what, "it is not a key path such as [\"a\"][\"b\"][0]");
+    const std::vector<syntax::Component> &components = parsed_path.components;
     if (components[0].position >= 0) refuse(name, what, "the top level holds named keys, not list positions");
     if (std::string problem = commentProblem(comment); !problem.empty()) refuse(name, what, problem);
-    for (const PathComponent &c : components)
+    for (const syntax::Component &c : components)
         if (c.position < 0)
             if (std::string problem = keyNameProblem(c.name); !problem.empty()) refuse(name, what, problem);
     if (std::string problem = valueProblem(value, components.back().position >= 0); !problem.empty())
@@ -364,7 +367,7 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
         if (kind != (want_list ? EntryKind::TblOpen : EntryKind::ArrOpen))
             refuse(name, what,
                    std::string(path.substr(0, prefix_end[i])) +
-                       (want_list ? " is not a list block" : " is not an \"&Arr{\" block"),
+                       (want_list ? " is not a list block" : " is not an \"" + openingOf(BlockKind::Arr) + "\" block"),
                    lineNumber(static_cast<size_t>(found)));
         parent = found;
         first_missing = i + 1;
@@ -386,7 +389,7 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
             refuse(name, what,
                    "a list member can only be added at the next position, [" + std::to_string(expected) + "]");
         if (i > first_missing && components[i].position >= 0)
-            refuse(name, what, "a new block is an \"&Arr{\" block, which holds named keys");
+            refuse(name, what, "a new block is an \"" + openingOf(BlockKind::Arr) + "\" block, which holds named keys");
     }
 
     // Where the new lines go: after the last member, or before the closing
@@ -429,8 +432,8 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
     for (size_t i = first_missing; i + 1 < components.size(); ++i) {
         lines.append(level_indent);
         if (components[i].position < 0) lines.append(components[i].name).append(" ");
-        lines.append("&Arr{").append(line_break);
-        closings.push_back(level_indent + "}" + line_break);
+        lines.append(openingOf(BlockKind::Arr)).append(line_break);
+        closings.push_back(level_indent + kCloseBrace + line_break);
         level_indent.append("\t");
     }
     lines.append(level_indent);
@@ -461,7 +464,7 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
 void Editor::State::refreshRevision() {
     for (size_t i = entries().size(); i-- > 0;) {
         const FileEntry &e = entry(i);
-        if (e.parent < 0 && e.kind == EntryKind::Value && parsed->key(e) == kRevisionName) {
+        if (e.kind == EntryKind::Value && isRevisionEntry(*parsed, e)) {
             setValueAt(i, revisionTime(), "refresh pf_revision_time");
             return;
         }

@@ -1,11 +1,10 @@
 #include <teskpf/search.h>
 
-#include <cstdlib>
-
 #include <teskpf/error.h>
 
 #include "detail/FileSearch.h"
 #include "detail/HomeDirectory.h"
+#include "internal/pf_search_path.h"
 
 namespace teskpf {
 
@@ -26,9 +25,6 @@ std::string notAParameterFile(std::string_view name) {
     return notAParameterFile(homeExpanded(name), std::string(name), ignored);
 }
 
-std::string searchPath() {
-    const char *path = std::getenv("PFPATH");
-    return path && *path ? path : ".";
-}
+std::string searchPath() { return pf_search_path(); }
 
 }  // namespace teskpf
