@@ -33,6 +33,24 @@ void setInFile(const CommandLine &line, const std::string &key, const std::strin
     });
 }
 
+[[noreturn]] void throwIsBlock(const std::string &key) {
+    throw ToolError("set: " + key + " is a block; only plain values can be set", kExitError);
+}
+
+// -o FILE: the merged entries with KEY set, saved to FILE.
+void setToOutput(const CommandLine &line, const std::string &key, const std::string &value,
+                 const teskpf::LockWait &wait) {
+    LockedMergedSource source = lockMergedSourceOf(line.positional[0], key, wait);
+    if (isBlockOpening(source.pf, source.index)) throwIsBlock(key);
+    // The edit is tried on the source file first, so that -o refuses what an
+    // in-place edit refuses.
+    teskpf::Editor editor = openForEditing("set", source.file, true);
+    editor.setValueAtLine(source.line, value);
+    requireValid(line, editor, key);
+    source.pf.setValue(source.index, value, 0);
+    writeToOutput(source.pf, line.value("-o"));
+}
+
 int runSet(const CommandLine &line) {
     const std::string &name = line.positional[0];
     const std::string key = keyPathArgument(line.positional[1]);
@@ -45,23 +63,13 @@ int runSet(const CommandLine &line) {
         setInFile(line, key, value, wait);
         return kExitOk;
     }
-
-    LockedSource source = lockSourceOf(name, key, wait);
-    if (isBlockOpening(*source.pf, source.index))
-        throw ToolError("set: " + key + " is a block; only plain values can be set", kExitError);
-    // The merged view is needed further only for -o: an in-place edit frees
-    // it before the editor reads the file.
-    if (!line.has("-o")) source.pf.reset();
-    teskpf::Editor editor = openForEditing("set", source.file, true);
     if (line.has("-o")) {
-        // The edit is tried on the source file first, so that -o refuses what
-        // an in-place edit refuses.
-        editor.setValueAtLine(source.line, value);
-        requireValid(line, editor, key);
-        source.pf->setValue(source.index, value, 0);
-        writeToOutput(*source.pf, line.value("-o"));
+        setToOutput(line, key, value, wait);
         return kExitOk;
     }
+    LockedSource source = lockSourceOf(name, key, wait);
+    if (source.opens_block) throwIsBlock(key);
+    teskpf::Editor editor = openForEditing("set", source.file, true);
     editAndSave("set", editor, [&](teskpf::Editor &e) {
         e.setValueAtLine(source.line, value);
         requireValid(line, e, key);

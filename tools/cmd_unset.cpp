@@ -15,12 +15,11 @@ int runUnset(const CommandLine &line) {
     if (line.has("--file")) {
         const std::string file = line.value("--file");
         teskpf::Editor editor = openForEditing("unset", file, false, wait);
-        if (editor.lineOf(key) < 0) throw ToolError("no key " + key + " in '" + file + "'", kExitFailed);
+        if (editor.lineOf(key) < 0) throwNoKey(key, file);
         editAndSave("unset", editor, [&](teskpf::Editor &e) { e.remove(key); });
         return kExitOk;
     }
     LockedSource source = lockSourceOf(name, key, wait);
-    source.pf.reset();  // not needed for the edit
     teskpf::Editor editor = openForEditing("unset", source.file, true);
     editAndSave("unset", editor, [&](teskpf::Editor &e) { e.removeAtLine(source.line); });
     return kExitOk;

@@ -6,32 +6,70 @@
 #include "param_files.h"
 #include "teskpf/convert.h"
 #include "teskpf/error.h"
+#include "teskpf/key_source.h"
+#include "teskpf/search.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
 
-LockedSource lockSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {
-    // The file is known only after reading, and another editor may change
-    // which file supplies the key before the lock is held: read again under
-    // the lock until both reads agree.
-    std::string source;
-    {
-        // Gone before the next read, so that one merged view is held at a time.
-        const TeskPf first = loadParameterFile(name);
-        source = first.getSource(requireEntry(first, key, name));
-    }
+void throwNoKey(const std::string &key, const std::string &where) {
+    throw ToolError("no key " + key + " in '" + where + "'", kExitFailed);
+}
+
+namespace {
+
+struct Place {
+    std::string file;
+    long line = -1;
+    bool operator==(const Place &other) const { return file == other.file && line == other.line; }
+};
+
+// Locks the file of the place `find` gives. The file is known only after
+// reading, and another editor may change which line supplies the key before
+// the lock is held: `find` runs again under the lock until both agree, and
+// what it found last stands.
+teskpf::FileLock lockWhereFound(const std::function<Place()> &find, const teskpf::LockWait &wait) {
+    Place place = find();
     for (;;) {
-        const std::string file = sourceFile(source);
-        teskpf::FileLock lock(file, wait);
-        TeskPf pf = loadParameterFile(name);
-        const int index = requireEntry(pf, key, name);
-        std::string now = pf.getSource(index);
-        if (now == source) {
-            const long line = std::stol(source.substr(file.size() + 1));
-            return {std::optional<TeskPf>(std::move(pf)), index, file, line, std::move(lock)};
-        }
-        source = std::move(now);
+        teskpf::FileLock lock(place.file, wait);
+        Place now = find();
+        if (now == place) return lock;
+        place = std::move(now);
     }
+}
+
+}  // namespace
+
+LockedSource lockSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {
+    teskpf::KeySource source;
+    teskpf::FileLock lock = lockWhereFound(
+        [&] {
+            if (teskpf::parameterFiles(name).empty()) throwNoParameterFile(name);
+            std::optional<teskpf::KeySource> found = teskpf::findKeySource(name, key);
+            if (!found) throwNoKey(key, name);
+            source = std::move(*found);
+            return Place{source.file, source.line};
+        },
+        wait);
+    return {std::move(source.file), source.line, source.opens_block, std::move(lock)};
+}
+
+LockedMergedSource lockMergedSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {
+    std::optional<TeskPf> pf;
+    int index = -1;
+    Place place;
+    teskpf::FileLock lock = lockWhereFound(
+        [&] {
+            pf.reset();  // one merged view at a time
+            pf.emplace(loadParameterFile(name));
+            index = requireEntry(*pf, key, name);
+            const std::string source = pf->getSource(index);
+            place.file = sourceFile(source);
+            place.line = std::stol(source.substr(place.file.size() + 1));
+            return place;
+        },
+        wait);
+    return {std::move(*pf), index, std::move(place.file), place.line, std::move(lock)};
 }
 
 teskpf::LockWait lockWaitOf(const CommandLine &line, const std::string &command) {

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <string>
 
 #include <TeskPf.h>
@@ -14,21 +13,34 @@
 
 namespace teskpf_tool {
 
-// The entry of `key` in the merged view of `name`, read while the file that
-// supplies it is locked, so that no other editor changes that file until the
+// Throws ToolError (exit 1) saying that `where` has no `key`.
+[[noreturn]] void throwNoKey(const std::string &key, const std::string &where);
+
+// The line that supplies the value of `key` in effect for `name`, read while
+// its file is locked, so that no other editor changes that file until the
 // lock goes away.
 struct LockedSource {
-    std::optional<TeskPf> pf;  // the merged view, read under the lock; reset it to free its memory
-    int index;                 // the entry of the key in `pf`
-    std::string file;          // the file that supplied it, as the source names it
-    long line;                 // its 0-based line in that file
+    std::string file;  // as the search for `name` lists it
+    long line;         // 0-based
+    bool opens_block;  // the line opens a block
     teskpf::FileLock lock;
 };
 
 // Waits for the lock as `wait` says. Throws ToolError: exit 2 when `name`
 // resolves to no file or the lock is not had in time, exit 1 when it has no
-// `key`.
+// `key`. Reads one file at a time; no merged view is built.
 LockedSource lockSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait);
+
+// The same, with the merged view of `name` read under the lock, for output
+// made from the merged entries.
+struct LockedMergedSource {
+    TeskPf pf;  // the merged view, read under the lock
+    int index;  // the entry of the key in `pf`
+    std::string file;
+    long line;
+    teskpf::FileLock lock;
+};
+LockedMergedSource lockMergedSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait);
 
 // How long --wait SECONDS lets `command` wait for a lock; without it, until
 // the lock is held. Throws UsageError for a value that is not a number of

@@ -1,6 +1,6 @@
 // The teskpf library in one include: documents and their nodes, conversions,
-// diagnostics, the format-preserving editor, errors, the search for files and
-// the safe save.
+// diagnostics, the format-preserving editor, errors, the search for files, where
+// a key's value comes from and the safe save.
 #pragma once
 
 #include <teskpf/convert.h>
@@ -9,6 +9,7 @@
 #include <teskpf/editor.h>
 #include <teskpf/error.h>
 #include <teskpf/key_path.h>
+#include <teskpf/key_source.h>
 #include <teskpf/node.h>
 #include <teskpf/save.h>
 #include <teskpf/search.h>

@@ -9,7 +9,10 @@
 
 #include <algorithm>
 #include <ctime>
+#include <fstream>
+#include <iterator>
 #include <map>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -230,4 +233,44 @@ TEST(EditTool, WaitBoundsTheLockWait) {
     waitpid(holder, nullptr, 0);
     EXPECT_EQ(tool_run::runTool({"set", "--wait", "0", "shared", "k", "1"}, dir.path(), ".").status, 0);
     EXPECT_EQ(readText(file), "k\t1\n");
+}
+
+namespace {
+
+// Whether process `pid` waits for a flock, as /proc/locks shows it ("->"),
+// within about `seconds`.
+bool waitsForLock(pid_t pid, int seconds) {
+    for (int tries = 0; tries < seconds * 100; ++tries) {
+        std::ifstream locks("/proc/locks");
+        for (std::string line; std::getline(locks, line);) {
+            std::istringstream fields(line);
+            std::vector<std::string> words{std::istream_iterator<std::string>(fields), {}};
+            if (words.size() > 5 && words[1] == "->" && words[5] == std::to_string(pid)) return true;
+        }
+        usleep(10000);
+    }
+    return false;
+}
+
+}  // namespace
+
+// Another editor may change which line supplies the key while set waits for
+// the lock on the file that supplied it: set reads the files again under the
+// lock and edits the line that supplies the key then. Here the higher layer
+// loses the key while the lock on it is held, so the lower layer's line is
+// edited and the higher one is left as the other editor wrote it.
+TEST(EditTool, SetFindsTheSourceAgainUnderTheLock) {
+    TempDir dir;
+    const std::string base = dir.write("base/cfg.pf", "k 1\n");
+    const std::string site = dir.write("site/cfg.pf", "k 2\nother 3\n");
+    const int held = open(site.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
+    const pid_t tool = tool_run::startTool({"set", "cfg", "k", "5"}, dir.path(), "base:site");
+    const bool waited = waitsForLock(tool, 20);
+    dir.write("site/cfg.pf", "other 3\n");  // in place, under the lock
+    close(held);
+    EXPECT_TRUE(waited) << "the tool never waited for the lock";
+    EXPECT_EQ(tool_run::waitFor(tool), 0);
+    EXPECT_EQ(readText(base), "k 5\n");
+    EXPECT_EQ(readText(site), "other 3\n");
 }

@@ -96,14 +96,16 @@ bool sameKeyPath(const ParsedFile &file_a, size_t a, const ParsedFile &file_b, s
 
 // ---- Loading ------------------------------------------------------------------
 
+ParsedFile readForMerge(const std::string &path) {
+    // A file that cannot be read contributes nothing.
+    FileText text;
+    int error = 0;
+    readFileText(path, text, error);
+    return ParsedFile(path, std::move(text));
+}
+
 Store::Store(const std::vector<std::string> &search_list) {
-    load(search_list.size(), [&](size_t i) {
-        // A file that cannot be read contributes nothing.
-        FileText text;
-        int error = 0;
-        readFileText(search_list[i], text, error);
-        return ParsedFile(search_list[i], std::move(text));
-    });
+    load(search_list.size(), [&](size_t i) { return readForMerge(search_list[i]); });
 }
 
 Store::Store(std::vector<ParsedFile> parsed) {
@@ -267,6 +269,62 @@ void Store::mergeByText(uint32_t file_id, const std::vector<uint32_t> &members, 
             alive.remove(at);
     }
     for (size_t k = 0; k < members.size(); ++k) removed[k] = alive.isRemoved(static_cast<int>(k));
+}
+
+// ---- One key without the merged list ----------------------------------------------
+
+namespace {
+
+// The supplier by a merged list: for search lists in which a top-level name
+// may stand for part of another path.
+std::optional<KeySupplier> supplierByMerge(const std::vector<std::string> &search_list, std::string_view key) {
+    const Store store(search_list);
+    const int found = store.find(key);
+    if (found < 0) return std::nullopt;
+    const FileEntry &entry = store.entryOf(static_cast<size_t>(found));
+    // The store numbers its files from the one of highest precedence.
+    return KeySupplier{search_list.size() - 1 - store.fileIdOf(static_cast<size_t>(found)), entry.line,
+                       entry.opensBlock()};
+}
+
+}  // namespace
+
+// What the merge above gives for one key path, file by file from the last:
+// with plain top-level names, a path text starts with its top-level entry's
+// component, and a run the merge removes is exactly one block of that entry.
+// Each definition of the key's top-level name merged so far removes the
+// last one of the next file still there, so the first ones beyond that
+// count survive, appended after everything merged so far; the lookup then
+// finds the last surviving entry of the path in the last file that has one.
+std::optional<KeySupplier> keySupplier(const std::vector<std::string> &search_list, std::string_view key) {
+    if (key.empty()) return std::nullopt;
+    std::optional<KeySupplier> found;
+    size_t merged = 0;  // definitions of the key's top-level name merged so far
+    std::string component;
+    std::vector<size_t> definitions;
+    for (size_t i = search_list.size(); i-- > 0;) {
+        const ParsedFile file = readForMerge(search_list[i]);
+        const std::vector<FileEntry> &entries = file.entries();
+        definitions.clear();
+        for (size_t e = 0; e < entries.size(); ++e) {
+            const FileEntry &entry = entries[e];
+            if (entry.parent >= 0 || entry.kind == EntryKind::Note) continue;
+            if (!plainName(file.key(entry))) return supplierByMerge(search_list, key);
+            component.clear();
+            file.appendComponent(component, e);
+            if (key.compare(0, component.size(), component) == 0) definitions.push_back(e);
+        }
+        if (definitions.size() <= merged) continue;
+        const size_t surviving = definitions.size() - merged;
+        const size_t end = merged == 0 ? entries.size() : definitions[surviving];
+        for (size_t e = end; e-- > definitions.front();) {
+            if (!file.hasKeyPath(e, key)) continue;
+            found = KeySupplier{i, entries[e].line, entries[e].opensBlock()};
+            break;
+        }
+        merged = definitions.size();
+    }
+    return found;
 }
 
 // ---- Key paths ------------------------------------------------------------------

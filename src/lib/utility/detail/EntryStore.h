@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -35,6 +36,24 @@ int32_t keyPathHashes(const ParsedFile &file, size_t &key_bytes, size_t budget, 
 // path text: compared by structure from the last component back, by the texts
 // when a name holds "[", "]" or '"' and may alias another path.
 bool sameKeyPath(const ParsedFile &file_a, size_t a, const ParsedFile &file_b, size_t b);
+
+// The file at `path` parsed as a layer of the merge: empty when it cannot be
+// read. Throws a std::string for a key-less line.
+ParsedFile readForMerge(const std::string &path);
+
+// Where a Store of a search list finds a key path.
+struct KeySupplier {
+    size_t file;       // index in the search list
+    uint32_t line;     // 0-based line of the entry
+    bool opens_block;  // the entry opens a block
+};
+
+// What Store(search_list).find(key) finds, read one file at a time, so that
+// one file's parse is held at a time (all of them when a top-level name holds
+// "[", "]" or '"'); none when it finds nothing. Throws a std::string for a
+// key-less line, at the file Store would; key paths are not built, so there is
+// no budget for them.
+std::optional<KeySupplier> keySupplier(const std::vector<std::string> &search_list, std::string_view key);
 
 class Store {
 public:
