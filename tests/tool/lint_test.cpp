@@ -212,7 +212,7 @@ TEST(Lint, UsageAndUnreadableInput) {
     EXPECT_EQ(runTool({"check", "--format", "yaml", "clean.pf"}, kLintDir, "").status, 2);
     ToolRun missing = runTool({"check", "nope", "clean.pf"}, kLintDir, "");
     EXPECT_EQ(missing.status, 2);
-    EXPECT_EQ(missing.err, "teskpf: no parameter file named 'nope' (searched PFPATH=.)\n");
+    EXPECT_EQ(missing.err, "teskpf: no parameter file named 'nope' along PFPATH=.\n");
 }
 
 // explain: every layer's definition, the one in effect and the annotation
