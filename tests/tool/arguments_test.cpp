@@ -101,13 +101,6 @@ std::vector<std::string> sorted(std::vector<std::string> items) {
     return items;
 }
 
-std::vector<std::string> lines(const std::string &text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
-
 // A reader's view of one row: the files it read, as paths (exact) or as
 // tags (which files, whatever the spelling).
 struct Read {

@@ -140,13 +140,6 @@ std::vector<LintCase> lintCases() {
     return cases;
 }
 
-std::vector<std::string> lines(const std::string &text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
-
 }  // namespace
 
 class LintData : public ::testing::TestWithParam<LintCase> {};
