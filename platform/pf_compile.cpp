@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "detail/BlockSyntax.h"
 #include "internal/pf_tree.h"
 #include "pf_strtrim.h"
 
@@ -30,11 +31,14 @@ void unescape(char *value) {
     *out = '\0';
 }
 
-// The node `value` stands for: a new block when it starts with "&Arr{" or
-// "&Tbl{" (the rest is ignored), a scalar otherwise. NULL when out of memory.
+// The node `value` stands for: a new block when it opens one (the rest is
+// ignored), a scalar otherwise. NULL when out of memory.
 Pf *node_for_value(const char *value) {
-    if (strncmp(value, "&Arr{", 5) == 0) return pf_new_block(PF_ARR);
-    if (strncmp(value, "&Tbl{", 5) == 0) return pf_new_block(PF_TBL);
+    switch (teskpf::blockOpenedBy(value)) {
+    case teskpf::BlockKind::Arr: return pf_new_block(PF_ARR);
+    case teskpf::BlockKind::Tbl: return pf_new_block(PF_TBL);
+    case teskpf::BlockKind::None: break;
+    }
     return pf_new_scalar(value);
 }
 
@@ -43,7 +47,7 @@ Pf *node_for_value(const char *value) {
 // PF_ERR_ code.
 int compile_line(char *line, Pf **block) {
     strtrim(line);
-    if (line[0] == '}') {
+    if (teskpf::closesBlock(line)) {
         if (!(*block)->parent) return PF_ERR_STRAY_CLOSE;
         (*block)->filled_out = 1;
         *block = (*block)->parent;

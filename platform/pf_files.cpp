@@ -1,6 +1,8 @@
 // pffiles: the parameter files of a name along PFPATH.
 #include "pf_files.h"
 
+#include "internal/pf_search_path.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,21 +15,6 @@
 #include <vector>
 
 namespace {
-
-// The directories of PFPATH in order, empty components skipped; "." when
-// PFPATH is unset or has no directory.
-std::vector<std::string> search_directories() {
-    std::vector<std::string> directories;
-    const char *path = getenv("PFPATH");
-    for (const char *start = path; start && *start;) {
-        const char *end = strchr(start, ':');
-        size_t length = end ? static_cast<size_t>(end - start) : strlen(start);
-        if (length > 0) directories.emplace_back(start, length);
-        start = end ? end + 1 : nullptr;
-    }
-    if (directories.empty()) directories.emplace_back(".");
-    return directories;
-}
 
 // `name` with ".pf" appended unless it already ends in ".pf".
 std::string with_suffix(const char *name) {
@@ -79,6 +66,24 @@ Tbl *path_list(const std::vector<std::string> &paths) {
 
 }  // namespace
 
+std::string pf_search_path() {
+    const char *path = getenv("PFPATH");
+    return path && *path ? path : ".";
+}
+
+std::vector<std::string> pf_search_directories() {
+    const std::string path = pf_search_path();
+    std::vector<std::string> directories;
+    for (size_t start = 0; start <= path.size();) {
+        size_t end = path.find(':', start);
+        if (end == std::string::npos) end = path.size();
+        if (end > start) directories.push_back(path.substr(start, end - start));
+        start = end + 1;
+    }
+    if (directories.empty()) directories.emplace_back(".");
+    return directories;
+}
+
 extern "C" Tbl *pffiles(const char *name, int flags) {
     if (!name || !*name || flags != 0) return nullptr;
     try {
@@ -87,7 +92,7 @@ extern "C" Tbl *pffiles(const char *name, int flags) {
         if (strchr(name, '/'))
             candidates.push_back(file);
         else
-            for (const std::string &directory : search_directories()) candidates.push_back(join(directory, file));
+            for (const std::string &directory : pf_search_directories()) candidates.push_back(join(directory, file));
         std::vector<std::pair<std::string, struct stat>> found;
         for (std::string &candidate : candidates) {
             struct stat info;

@@ -1,7 +1,6 @@
 // teskpf::Editor: each edit changes the bytes it means to and no others, and
 // an edit whose result would not read back as asked is refused unchanged.
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -265,8 +264,7 @@ TEST(Editor, DeepKeyPathsAreBoundedByTheReadingBudget) {
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-        const rlimit limit{size_t{1} << 30, size_t{1} << 30};
-        if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(3);
+        if (!limitAddressSpace(rlim_t{1} << 30)) _exit(3);
         try {
             Editor editor = Editor::fromText("d.pf", "a 1\n");
             try {
@@ -390,4 +388,95 @@ TEST(Editor, RandomEditsKeepEverythingElse) {
         EXPECT_LE(differing, 1u) << before;
     }
     EXPECT_GT(accepted, 1000);
+}
+
+namespace {
+
+// Every field of two parses, for comparing a parse changed in place with a
+// fresh one: "" when they are the same, else what differs first.
+std::string parseDifference(const teskpf::ParsedFile &a, const teskpf::ParsedFile &b) {
+    if (a.text() != b.text()) return "text";
+    if (a.lineCount() != b.lineCount() || a.strayCloseLine() != b.strayCloseLine()) return "lines";
+    if (a.entries().size() != b.entries().size()) return "entry count";
+    const auto span = [](teskpf::Span s) { return std::make_pair(s.begin, s.size); };
+    for (size_t i = 0; i < a.entries().size(); ++i) {
+        const teskpf::FileEntry &x = a.entries()[i], &y = b.entries()[i];
+        if (x.line != y.line || x.line_begin != y.line_begin || x.parent != y.parent || x.position != y.position ||
+            x.level != y.level || x.kind != y.kind || x.value_verbatim != y.value_verbatim ||
+            span(x.key) != span(y.key) || span(x.value) != span(y.value) || span(x.comment) != span(y.comment) ||
+            x.constraints_size != y.constraints_size)
+            return "entry " + std::to_string(i);
+    }
+    if (a.notes().size() != b.notes().size()) return "note count";
+    for (size_t i = 0; i < a.notes().size(); ++i) {
+        const teskpf::LayoutNote &x = a.notes()[i], &y = b.notes()[i];
+        if (x.kind != y.kind || x.line != y.line || x.line_begin != y.line_begin || span(x.span) != span(y.span) ||
+            x.entry != y.entry)
+            return "note " + std::to_string(i);
+    }
+    return "";
+}
+
+}  // namespace
+
+// An edit within one line that keeps its kind changes the parse in place:
+// the result must be exactly what reading the edited text gives, and an
+// edit it declines must change nothing. Random edits of value, comment and
+// any part of a line, on every file of tests/data.
+TEST(ParsedFile, ChangedInPlaceReadsAsAFreshParse) {
+    std::mt19937 rng(20250101);
+    static const char *const replacements[] = {"7",     "",   "a#b",   "\\#x",    "two words", " pad ",
+                                               "t\tab", "}",  "&Arr{", "&Tbl{ x", "#<int>",    "# c",
+                                               "k v",   "\r", "\n",    "x\n}",    "[\"q\"]"};
+    size_t in_place = 0, declined = 0, files = 0;
+    for (const auto &file : fs::recursive_directory_iterator(TESKPF_TEST_DATA_DIR)) {
+        if (!file.is_regular_file()) continue;
+        const std::string text = readText(file.path().string());
+        std::optional<teskpf::ParsedFile> original;
+        try {
+            original.emplace("f", text);
+        } catch (const std::string &) {
+            continue;
+        }
+        ++files;
+        for (size_t index = 0; index < original->entries().size(); ++index) {
+            const teskpf::FileEntry &e = original->entries()[index];
+            const std::string_view line = original->lineText(e);
+            for (int trial = 0; trial < 6; ++trial) {
+                size_t begin = e.line_begin, end = e.line_begin;
+                if (trial == 0 && e.value.size) {
+                    begin = e.value.begin, end = e.value.end();
+                } else if (trial == 1 && e.comment.size) {
+                    begin = e.comment.begin, end = e.comment.end();
+                } else {
+                    begin += rng() % (line.size() + 1);
+                    end = begin + rng() % (e.line_begin + line.size() - begin + 1);
+                }
+                std::string replacement = replacements[rng() % std::size(replacements)];
+                if (rng() % 4 == 0) replacement = std::string("x\0y", 3);
+                teskpf::ParsedFile edited("f", text);
+                if (!edited.replaceInLine(index, begin, end, replacement)) {
+                    ++declined;
+                    ASSERT_EQ(parseDifference(edited, *original), "") << file.path() << " line " << e.line;
+                    continue;
+                }
+                ++in_place;
+                std::string expected = text;
+                expected.replace(begin, end - begin, replacement);
+                ASSERT_EQ(parseDifference(edited, teskpf::ParsedFile("f", expected)), "")
+                    << file.path() << " line " << e.line << ": [" << begin << ", " << end << ") -> " << replacement;
+            }
+        }
+    }
+    EXPECT_GT(files, 50u);
+    EXPECT_GT(in_place, 1000u);
+    EXPECT_GT(declined, 1000u);
+}
+
+// A shared text is never changed in place: the copy would see the edit.
+TEST(ParsedFile, SharedTextIsNotChangedInPlace) {
+    teskpf::ParsedFile parsed("f", std::string_view("a 1\nb 2\n"));
+    const teskpf::ParsedFile copy = parsed;
+    EXPECT_FALSE(parsed.replaceInLine(0, 2, 3, "7"));
+    EXPECT_EQ(copy.text(), "a 1\nb 2\n");
 }

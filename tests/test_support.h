@@ -5,6 +5,7 @@
 
 #include <pwd.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,6 +26,23 @@ namespace test_support {
 
 namespace fs = std::filesystem;
 using Rows = std::vector<std::string>;
+
+// Limits this process's address space (meant for a forked child) to `bytes`;
+// false when that fails. AddressSanitizer reserves terabytes of address
+// space, so under it no limit can apply and none is set.
+inline bool limitAddressSpace(rlim_t bytes) {
+#if defined(__SANITIZE_ADDRESS__)
+    (void)bytes;
+    return true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+    (void)bytes;
+    return true;
+#endif
+#endif
+    const rlimit limit{bytes, bytes};
+    return setrlimit(RLIMIT_AS, &limit) == 0;
+}
 
 // A fresh directory under the system's temp directory, removed with
 // everything in it when the object goes away.

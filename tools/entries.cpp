@@ -1,13 +1,13 @@
 #include "entries.h"
 
+#include <teskpf/classic.h>
+#include <teskpf/key_path.h>
+
 #include "tool_error.h"
 
 namespace teskpf_tool {
 
-std::string keyPathArgument(const std::string &arg) {
-    if (!arg.empty() && arg[0] == '[') return arg;
-    return "[\"" + arg + "\"]";
-}
+std::string keyPathArgument(const std::string &arg) { return teskpf::key_path_argument(arg); }
 
 int requireEntry(const TeskPf &pf, const std::string &key, const std::string &name) {
     int index = pf.getEntryIndex(key);
@@ -17,9 +17,6 @@ int requireEntry(const TeskPf &pf, const std::string &key, const std::string &na
 
 bool isCommentEntry(const TeskPf &pf, int index) { return pf.getKey(index).empty(); }
 
-bool isBlockOpening(const TeskPf &pf, int index) {
-    std::string value = pf.getEntry(index).get(FIELD_VALUE);
-    return value == "&Arr" || value == "&Tbl";
-}
+bool isBlockOpening(const TeskPf &pf, int index) { return teskpf::opensBlock(pf, index); }
 
 }  // namespace teskpf_tool

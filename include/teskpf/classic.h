@@ -16,6 +16,10 @@ namespace teskpf {
 // -1 when none applies or the index is out of range.
 TESKPF_API int annotatedEntry(const TeskPf &pf, int index);
 
+// Whether entry `index` of `pf` opens a block (an associative or a list
+// block); false for any other entry and an index out of range.
+TESKPF_API bool opensBlock(const TeskPf &pf, int index);
+
 // The verdict on entry `index` of `pf` against the annotation in effect, as
 // every reader but the classic checkValue decides it (Node::check, `teskpf
 // check`): its own, else its enclosing block's, else the one that applies to

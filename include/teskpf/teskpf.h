@@ -8,6 +8,7 @@
 #include <teskpf/document.h>
 #include <teskpf/editor.h>
 #include <teskpf/error.h>
+#include <teskpf/key_path.h>
 #include <teskpf/node.h>
 #include <teskpf/save.h>
 #include <teskpf/search.h>

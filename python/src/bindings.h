@@ -36,6 +36,8 @@ void bindErrors(pybind11::module_ &module);
 void bindDocument(pybind11::module_ &module);
 // The diagnostics and the format-preserving editor.
 void bindTools(pybind11::module_ &module);
+// Key paths: the library's parser and printer.
+void bindKeyPath(pybind11::module_ &module);
 // The classic TeskPf class, out-pointers turned into returned tuples.
 void bindClassic(pybind11::module_ &module);
 

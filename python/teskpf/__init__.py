@@ -33,11 +33,7 @@ Value = Union["Block", "List", str]
 
 def _key_path(key: Key) -> str:
     """A key path from ``'["a"][0]'``, ``("a", 0)`` or a top-level name ``"a"``."""
-    if isinstance(key, tuple):
-        return "".join(f"[{part}]" if isinstance(part, int) else f'["{part}"]' for part in key)
-    if key.startswith("["):
-        return key
-    return f'["{key}"]'
+    return _teskpf.key_path(key)
 
 
 def _wrap(node: Any) -> Value:

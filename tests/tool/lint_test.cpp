@@ -5,7 +5,6 @@
 // output of --format github. Every case is also checked as JSON, which must
 // parse and say what the text says.
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,15 +22,6 @@
 using namespace test_support;
 using tool_run::runTool;
 using tool_run::ToolRun;
-
-// AddressSanitizer reserves terabytes of address space: a limit on it cannot apply.
-#if defined(__SANITIZE_ADDRESS__)
-#define LINT_TEST_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define LINT_TEST_ASAN 1
-#endif
-#endif
 
 namespace {
 
@@ -259,10 +249,7 @@ TEST(Lint, DeepNestingIsCheckedInBoundedMemory) {
     const std::string report = dir.path() + "/report";
     const pid_t pid = fork();
     if (pid == 0) {
-#ifndef LINT_TEST_ASAN
-        const rlimit limit{rlim_t{1} << 30, rlim_t{1} << 30};
-        if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(3);
-#endif
+        if (!limitAddressSpace(rlim_t{1} << 30)) _exit(3);
         try {
             std::ofstream out(report);
             for (const teskpf::Diagnostic &d : teskpf::checkFile(path))

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "detail/AnnotationInEffect.h"
+#include "detail/BlockSyntax.h"
 #include "detail/ClassicAccess.h"
 #include "detail/ReadFile.h"
 
@@ -37,6 +38,8 @@ Verdict verdictIn(const detail::Store &store, int index, const std::string *prop
 
 // The store decides, as it does for checkValue, without copying annotation
 // texts: a block's annotation may be long and serve many members.
+bool opensBlock(const TeskPf &pf, int index) { return isMarker(pf.getEntry(index).get(FIELD_VALUE)); }
+
 int annotatedEntry(const TeskPf &pf, int index) {
     if (index < 0 || index >= pf.size()) return -1;
     return detail::ClassicAccess::store(pf)->annotatedEntry(static_cast<size_t>(index));

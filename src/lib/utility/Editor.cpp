@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "detail/BlockSyntax.h"
 #include "detail/EditRules.h"
 #include "detail/EntryStore.h"
 #include "detail/FileIdentity.h"
@@ -32,6 +33,27 @@ bool sameRecord(const ParsedFile &before, size_t a, const ParsedFile &after, siz
     if (value && before.value(x, buffer_x) != after.value(y, buffer_y)) return false;
     if (!comment) return true;
     return before.comment(x, buffer_x) == after.comment(y, buffer_y) && before.constraints(x) == after.constraints(y);
+}
+
+// The fields of one entry that an edit compares, copied out of its parse so
+// that they outlive a change of its text.
+struct Fields {
+    int32_t level;
+    EntryKind kind;
+    std::string key, value, comment, constraints;
+    bool operator==(const Fields &o) const {
+        return level == o.level && kind == o.kind && key == o.key && value == o.value && comment == o.comment &&
+               constraints == o.constraints;
+    }
+};
+
+Fields fieldsOf(const ParsedFile &parsed, size_t index) {
+    const FileEntry &e = parsed.entries()[index];
+    std::string buffer;
+    Fields fields{e.level, e.kind, std::string(parsed.key(e)), std::string(parsed.value(e, buffer)), {}, {}};
+    fields.comment = std::string(parsed.comment(e, buffer));
+    fields.constraints = std::string(parsed.constraints(e));
+    return fields;
 }
 
 // Whether `after` reads as `before` with entries [first, first + removed)
@@ -175,6 +197,38 @@ struct Editor::State {
         text_copy_valid = false;
     }
 
+    // Replaces text[begin, end), within the line of entry `index`, by
+    // `replacement`. When the line stays the same kind of line the parse is
+    // changed in place (see ParsedFile::replaceInLine: every other entry then
+    // reads as before by construction), `check(before, after)` judges the
+    // entry's fields, and a refused edit is undone; otherwise the text is
+    // re-read whole through splice and `verify`. In place, the text is never
+    // held twice.
+    template <typename Check, typename Verify>
+    void spliceLine(size_t index, size_t begin, size_t end, std::string_view replacement, const std::string &what,
+                    long line, Check check, Verify verify) {
+        const Fields before = fieldsOf(*parsed, index);
+        const std::string old_bytes(text().substr(begin, end - begin));
+        if (!parsed->replaceInLine(index, begin, end, replacement)) {
+            splice(begin, end, replacement, what, line, verify);
+            return;
+        }
+        bool accepted = false;
+        try {
+            accepted = check(before, fieldsOf(*parsed, index));
+        } catch (...) {
+            accepted = false;
+        }
+        if (!accepted) {
+            // The old bytes give the old line back, which reads as before;
+            // the text shrinks back or grows within its buffer: no allocation.
+            parsed->replaceInLine(index, begin, begin + replacement.size(), old_bytes);
+            refuse(name, what, "the result would not read back as asked", line);
+        }
+        changed = changed || replacement != old_bytes;
+        text_copy_valid = false;
+    }
+
     void setValueAt(size_t index, std::string_view value, const std::string &what) {
         const FileEntry &e = entry(index);
         const long line = lineNumber(index);
@@ -190,7 +244,11 @@ struct Editor::State {
         }
         appendEscaped(written, value);
         const auto layout = layoutOf(*parsed);
-        splice(begin, end, written, what, line, [&](const ParsedFile &reread) {
+        const auto check = [&](Fields before, const Fields &after) {
+            before.value = std::string(value);
+            return before == after;
+        };
+        spliceLine(index, begin, end, written, what, line, check, [&](const ParsedFile &reread) {
             std::string buffer;
             return sameAround(*parsed, reread, index, 1, 1) && sameRecord(*parsed, index, reread, index, false) &&
                    reread.value(reread.entries()[index], buffer) == value && layoutOf(reread) == layout;
@@ -217,7 +275,12 @@ struct Editor::State {
             while (begin > e.line_begin && (text()[begin - 1] == ' ' || text()[begin - 1] == '\t')) --begin;
         }
         const auto layout = layoutOf(*parsed);
-        splice(begin, end, replacement, what, line, [&](const ParsedFile &reread) {
+        const auto check = [&](Fields before, const Fields &after) {
+            before.comment = after.comment;
+            before.constraints = after.constraints;
+            return before == after && parsed->at(entry(index).comment) == written;
+        };
+        spliceLine(index, begin, end, replacement, what, line, check, [&](const ParsedFile &reread) {
             return sameAround(*parsed, reread, index, 1, 1) && sameRecord(*parsed, index, reread, index, true, false) &&
                    layoutOf(reread) == layout && reread.at(reread.entries()[index].comment) == written;
         });
@@ -236,11 +299,13 @@ struct Editor::State {
 
 void Editor::State::add(std::string_view path, std::string_view value, std::string_view comment) {
     const std::string what = "add " + std::string(path);
-    std::vector<PathComponent> components;
-    if (!splitKeyPath(path, components)) refuse(name, what, "it is not a key path such as [\"a\"][\"b\"][0]");
+    const syntax::ParsedPath parsed_path = syntax::parse(path);
+    if (!parsed_path.ok() || parsed_path.components.empty())
+        refuse(name, what, "it is not a key path such as [\"a\"][\"b\"][0]");
+    const std::vector<syntax::Component> &components = parsed_path.components;
     if (components[0].position >= 0) refuse(name, what, "the top level holds named keys, not list positions");
     if (std::string problem = commentProblem(comment); !problem.empty()) refuse(name, what, problem);
-    for (const PathComponent &c : components)
+    for (const syntax::Component &c : components)
         if (c.position < 0)
             if (std::string problem = keyNameProblem(c.name); !problem.empty()) refuse(name, what, problem);
     if (std::string problem = valueProblem(value, components.back().position >= 0); !problem.empty())
@@ -302,7 +367,7 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
         if (kind != (want_list ? EntryKind::TblOpen : EntryKind::ArrOpen))
             refuse(name, what,
                    std::string(path.substr(0, prefix_end[i])) +
-                       (want_list ? " is not a list block" : " is not an \"&Arr{\" block"),
+                       (want_list ? " is not a list block" : " is not an \"" + openingOf(BlockKind::Arr) + "\" block"),
                    lineNumber(static_cast<size_t>(found)));
         parent = found;
         first_missing = i + 1;
@@ -324,7 +389,7 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
             refuse(name, what,
                    "a list member can only be added at the next position, [" + std::to_string(expected) + "]");
         if (i > first_missing && components[i].position >= 0)
-            refuse(name, what, "a new block is an \"&Arr{\" block, which holds named keys");
+            refuse(name, what, "a new block is an \"" + openingOf(BlockKind::Arr) + "\" block, which holds named keys");
     }
 
     // Where the new lines go: after the last member, or before the closing
@@ -367,8 +432,8 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
     for (size_t i = first_missing; i + 1 < components.size(); ++i) {
         lines.append(level_indent);
         if (components[i].position < 0) lines.append(components[i].name).append(" ");
-        lines.append("&Arr{").append(line_break);
-        closings.push_back(level_indent + "}" + line_break);
+        lines.append(openingOf(BlockKind::Arr)).append(line_break);
+        closings.push_back(level_indent + kCloseBrace + line_break);
         level_indent.append("\t");
     }
     lines.append(level_indent);
@@ -399,7 +464,7 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
 void Editor::State::refreshRevision() {
     for (size_t i = entries().size(); i-- > 0;) {
         const FileEntry &e = entry(i);
-        if (e.parent < 0 && e.kind == EntryKind::Value && parsed->key(e) == kRevisionName) {
+        if (e.kind == EntryKind::Value && isRevisionEntry(*parsed, e)) {
             setValueAt(i, revisionTime(), "refresh pf_revision_time");
             return;
         }

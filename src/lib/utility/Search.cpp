@@ -1,12 +1,12 @@
 #include <teskpf/search.h>
 
-#include <cstdlib>
 #include <system_error>
 
 #include <teskpf/error.h>
 
 #include "detail/FileSearch.h"
 #include "detail/HomeDirectory.h"
+#include "internal/pf_search_path.h"
 
 namespace teskpf {
 
@@ -62,9 +62,6 @@ std::string notAParameterFile(std::string_view name) {
     return notAParameterFile(homeExpanded(name), std::string(name), ignored);
 }
 
-std::string searchPath() {
-    const char *path = std::getenv("PFPATH");
-    return path && *path ? path : ".";
-}
+std::string searchPath() { return pf_search_path(); }
 
 }  // namespace teskpf

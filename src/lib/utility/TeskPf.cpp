@@ -230,16 +230,19 @@ string TeskPf::escapeValue(string value) {
 
 string TeskPf::key2Pfkey(string key) { return string(teskpf::writtenKey(key)); }
 
+// The classic conversions are text operations on any text, written with the
+// key-path syntax's spelling of the components.
 string TeskPf::key2Perl(string key) {
-    replace(key, "[\"", "{");
-    replace(key, "\"]", "}");
+    replace(key, string(teskpf::syntax::kNameOpen), "{");
+    replace(key, string(teskpf::syntax::kNameClose), "}");
     return key;
 }
 
 Table<string> TeskPf::key2Table(string key) {
     Table<string> components;
     std::string_view rest = key;
-    for (size_t close = rest.find(']'); close != std::string_view::npos; close = rest.find(']')) {
+    constexpr char kClose = teskpf::syntax::kPositionClose;
+    for (size_t close = rest.find(kClose); close != std::string_view::npos; close = rest.find(kClose)) {
         std::string_view component = close == 0 ? rest.substr(1) : rest.substr(1, close - 1);
         components.set(-1, string(component));
         rest = rest.substr(close + 1);

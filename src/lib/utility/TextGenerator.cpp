@@ -54,9 +54,9 @@ void TextWriter::add(const TextLine &line) {
     }
     out.append(static_cast<size_t>(level), '\t');
     out.append(line.key);
-    if (line.value == kArrMarker || line.value == kTblMarker) {
+    if (isMarker(line.value)) {
         if (!line.key.empty()) out.append(" ");
-        out.append(line.value).append("{");
+        out.append(line.value).append(1, kOpenBrace);
         ++depth;
     } else {
         if (!line.key.empty()) out.append("\t");

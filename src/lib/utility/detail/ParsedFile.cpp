@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "detail/KeyPath.h"
 
@@ -32,15 +34,20 @@ Span spanIn(std::string_view text, std::string_view part) {
 
 }  // namespace
 
+FileText::Buffer::~Buffer() { std::free(bytes); }
+
 FileText::FileText(std::string_view bytes) : FileText(withCapacity(bytes.size())) {
-    if (!bytes.empty()) std::memcpy(bytes_.get(), bytes.data(), bytes.size());
+    if (!bytes.empty()) std::memcpy(bytes_, bytes.data(), bytes.size());
     resize(bytes.size());
 }
 
 FileText FileText::withCapacity(size_t capacity) {
     FileText text;
-    // new char[] leaves the bytes uninitialised: a reader fills them.
-    text.bytes_.reset(new char[capacity + kPadding]);
+    text.buffer_ = std::make_shared<Buffer>();
+    // malloc leaves the bytes uninitialised: a reader fills them.
+    text.buffer_->bytes = static_cast<char *>(std::malloc(capacity + kPadding));
+    if (text.buffer_->bytes == nullptr) throw std::bad_alloc();
+    text.bytes_ = text.buffer_->bytes;
     text.capacity_ = capacity;
     text.resize(0);
     return text;
@@ -48,7 +55,20 @@ FileText FileText::withCapacity(size_t capacity) {
 
 void FileText::resize(size_t size) {
     size_ = size;
-    std::memset(bytes_.get() + size, 0, kPadding);
+    std::memset(bytes_ + size, 0, kPadding);
+}
+
+void FileText::splice(size_t begin, size_t end, std::string_view replacement) {
+    const size_t size = size_ - (end - begin) + replacement.size();
+    if (size > capacity_) {
+        char *grown = static_cast<char *>(std::realloc(bytes_, size + kPadding));
+        if (grown == nullptr) throw std::bad_alloc();
+        buffer_->bytes = bytes_ = grown;
+        capacity_ = size;
+    }
+    if (end < size_) std::memmove(bytes_ + begin + replacement.size(), bytes_ + end, size_ - end);
+    if (!replacement.empty()) std::memcpy(bytes_ + begin, replacement.data(), replacement.size());
+    resize(size);
 }
 
 ParsedFile::ParsedFile(std::string name, FileText text) : name_(std::move(name)), text_(std::move(text)) {
@@ -62,8 +82,12 @@ void ParsedFile::parse() {
     std::vector<OpenBlock> open{{-1, 0, false, 0}};
     // Most files hold no NUL byte: one look at the whole text spares one per line.
     const bool has_nul = text.find('\0') != std::string_view::npos;
-    // Lines run about 30 bytes; what the guess leaves unused is given back at the end.
-    entries_.reserve(text.size() / 24 + 16);
+    // At most one entry per line: reserved at once, so that the entries are
+    // never copied to grow. The slots of closing lines stay unused; large
+    // reservations are pages never touched.
+    const size_t lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n')) +
+                         (!text.empty() && text.back() != '\n' ? 1 : 0);
+    entries_.reserve(lines);
     size_t pos = 0;
     uint32_t line = 0;
     // Only a text of INT_MAX bytes or more can hold more lines than an int counts.
@@ -140,12 +164,82 @@ void ParsedFile::parse() {
         open.push_back({index, entry.level + 1, opened == BlockKind::Tbl, 0});
     }
     line_count_ = line;
-    if (entries_.capacity() > entries_.size() + entries_.size() / 8) entries_.shrink_to_fit();
+    // Giving the unused slots back copies the entries: worth it only when
+    // many lines were closing or stray ones (a copy doubles the peak).
+    if (entries_.capacity() > entries_.size() + entries_.size() / 4) entries_.shrink_to_fit();
     for (size_t i = open.size(); i-- > 1;) {
         const FileEntry &opening = entries_[static_cast<size_t>(open[i].entry)];
         notes_.push_back(
             {LayoutNoteKind::UnclosedBlock, opening.line, opening.line_begin, opening.value, open[i].entry});
     }
+}
+
+// Reading is line by line. What a line gives depends only on its own bytes
+// (up to a NUL byte) and on the block it stands in, list or not; the blocks
+// open change only at a line that opens or closes one (or a top-level "}",
+// which stops reading), and list positions only at a line that is a member.
+// An edit within one line that adds no line break or NUL, on a line without
+// a NUL, that leaves it neither opening nor closing a block and a member
+// exactly when it was one, therefore leaves the lines, the blocks open after
+// the line and every other line's bytes and context as they were: the other
+// entries and layout notes read the same, only moved by the difference in
+// size, and the line's own entry keeps its place, level, parent, position and
+// kind. Reading the line again alone gives its new spans.
+bool ParsedFile::replaceInLine(size_t index, size_t begin, size_t end, std::string_view replacement) {
+    FileEntry &entry = entries_[index];
+    if (entry.kind != EntryKind::Value && entry.kind != EntryKind::Note) return false;
+    const std::string_view old_line = lineText(entry);
+    const size_t line_end = entry.line_begin + old_line.size();
+    if (begin < entry.line_begin || begin > end || end > line_end || !text_.unique()) return false;
+    if (replacement.find_first_of(std::string_view("\n\0", 2)) != std::string_view::npos ||
+        old_line.find('\0') != std::string_view::npos)
+        return false;
+    const size_t size = text().size() - (end - begin) + replacement.size();
+    if (size >= UINT32_MAX) return false;
+
+    std::string line(old_line.substr(0, begin - entry.line_begin));
+    line.append(replacement).append(old_line.substr(end - entry.line_begin));
+    const std::string_view trimmed = trimmedWhiteSpace(line);
+    if (closesBlock(trimmed)) return false;
+    const bool in_list = entry.parent >= 0 && entries_[static_cast<size_t>(entry.parent)].kind == EntryKind::TblOpen;
+    const LineSpans spans = splitLine(trimmed, in_list);
+    const bool member = !spans.key.empty() || !spans.value.empty();
+    if (member != (entry.kind == EntryKind::Value) || (member && !in_list && spans.key.empty()) ||
+        blockOpenedBy(spans.value) != BlockKind::None)
+        return false;
+
+    text_.splice(begin, end, replacement);
+    const auto inText = [&](std::string_view part) {
+        return part.empty() ? Span{}
+                            : Span{entry.line_begin + static_cast<uint32_t>(part.data() - line.data()),
+                                   static_cast<uint32_t>(part.size())};
+    };
+    entry.key = inText(spans.key);
+    entry.value = inText(spans.value);
+    entry.comment = inText(spans.comment);
+    entry.constraints_size = static_cast<uint32_t>(spans.constraints.size());
+    entry.value_verbatim = !member || spans.value_verbatim;
+
+    // Unsigned arithmetic: adding the difference modulo 2^32 moves an offset
+    // down as well as up.
+    const uint32_t moved = static_cast<uint32_t>(replacement.size() - (end - begin));
+    const uint32_t edited_line = entry.line_begin;
+    const auto move = [moved](Span &span) {
+        if (span.size != 0) span.begin += moved;
+    };
+    for (size_t i = index + 1; i < entries_.size(); ++i) {
+        FileEntry &later = entries_[i];
+        later.line_begin += moved;
+        move(later.key);
+        move(later.value);
+        move(later.comment);
+    }
+    for (LayoutNote &note : notes_) {
+        if (note.line_begin <= edited_line) continue;
+        note.line_begin += moved;
+        move(note.span);
+    }
+    return true;
 }
 
 std::string_view ParsedFile::lineText(const FileEntry &entry) const {

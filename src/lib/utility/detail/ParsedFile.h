@@ -16,9 +16,8 @@
 
 namespace teskpf {
 
-// The bytes of one file, never changed once read; copies share them. Zero
-// bytes follow the text, kPadding of them, so that any part of it can be
-// read in 8-byte words.
+// The bytes of one file; copies share them. Zero bytes follow the text,
+// kPadding of them, so that any part of it can be read in 8-byte words.
 class FileText {
 public:
     static constexpr size_t kPadding = 8;
@@ -29,14 +28,31 @@ public:
     // Room for `capacity` bytes, left uninitialised for a reader to fill.
     static FileText withCapacity(size_t capacity);
 
-    std::string_view view() const { return std::string_view(bytes_.get(), size_); }
+    std::string_view view() const { return std::string_view(bytes_, size_); }
     size_t capacity() const { return capacity_; }
-    char *data() { return bytes_.get(); }
+    char *data() { return bytes_; }
     // Keeps the first `size` bytes (at most capacity()).
     void resize(size_t size);
+    // Whether no other copy shares the bytes: only then may splice change them.
+    bool unique() const { return buffer_.use_count() == 1; }
+    // Replaces bytes [begin, end) by `replacement` (which must not view these
+    // bytes), moving the bytes after them. A text that outgrows its buffer
+    // is reallocated: a large buffer then moves its pages instead of being
+    // copied, so that the text is never held twice. Throws std::bad_alloc,
+    // leaving the text as it was; never allocates when the text does not grow.
+    void splice(size_t begin, size_t end, std::string_view replacement);
 
 private:
-    std::shared_ptr<char[]> bytes_;
+    // malloc'ed, so that it can grow with realloc.
+    struct Buffer {
+        char *bytes = nullptr;
+        Buffer() = default;
+        Buffer(const Buffer &) = delete;
+        Buffer &operator=(const Buffer &) = delete;
+        ~Buffer();
+    };
+    std::shared_ptr<Buffer> buffer_;
+    char *bytes_ = nullptr;  // buffer_->bytes, read without going through the pointer
     size_t size_ = 0;
     size_t capacity_ = 0;
 };
@@ -130,6 +146,19 @@ public:
     void appendComponent(std::string &path, size_t index) const;
     // The length of that component.
     size_t componentSize(const FileEntry &entry) const;
+
+    // Replaces text [begin, end), which lies within the line of entry
+    // `index` (before its line feed), by `replacement`, when that can be done
+    // without reading the file again: the line then reads as the same kind
+    // of line (a member that holds a plain value, or a note) in the same
+    // place. The entry is read again from its line and every later entry and
+    // layout note moves by the difference in size. Returns false, changing
+    // nothing, for any other edit: a line break or NUL byte in
+    // `replacement`, a NUL byte on the line, a line that opens or closes a
+    // block before or after, or whose key or value would appear or vanish;
+    // and when the text is shared with a copy. Throws std::bad_alloc,
+    // changing nothing.
+    bool replaceInLine(size_t index, size_t begin, size_t end, std::string_view replacement);
 
 private:
     void parse();
