@@ -36,7 +36,7 @@ run() {
 }
 
 echo "# In a copy of examples/, with PFPATH=$PFPATH"
-run teskpf check station.pf
+run teskpf check station.pf     # both layers: a name without "/"
 run teskpf check broken.pf
 run teskpf get station '["telemetry"]["port"]' --check
 run teskpf get broken.pf network --check
@@ -61,7 +61,7 @@ cfg = teskpf.load("station")
 rate = cfg.entry(("digitizer", "sample_rate"))
 print(f"sample_rate {rate.value} from {rate.file}:{rate.line}, ok: {rate.ok}")
 print("problems in broken.pf:", len(teskpf.check("broken.pf")))
-with teskpf.edit("station.pf") as ed:
+with teskpf.edit("./station.pf") as ed:  # a path: that one file
     ed.set(("digitizer", "sample_rate"), "250")
 print("now", teskpf.load("station")["digitizer"]["sample_rate"])
 PY

@@ -48,7 +48,7 @@ scripts/python-test.sh
 echo "== demo"
 # The README's first command must show what it promises.
 demo=$(scripts/demo.sh 2>&1)
-for expected in 'ok: 1 file, no problems' '9 errors, 0 warnings in 1 file' '> 	port	18002	#<int>' 'now 250'; do
+for expected in 'ok: 2 files, no problems' '9 errors, 0 warnings in 1 file' '> 	port	18002	#<int>' 'now 250'; do
   grep -qF -- "$expected" <<<"$demo" || { echo "$demo"; echo "demo: missing '$expected'" >&2; exit 1; }
 done
 echo "demo: ok"

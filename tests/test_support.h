@@ -14,6 +14,7 @@
 #include <functional>
 #include <iterator>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -116,6 +117,14 @@ inline bool holdsUnprivileged(const std::function<bool()> &check) {
     if (child == 0) _exit(setgid(nobody->pw_gid) == 0 && setuid(nobody->pw_uid) == 0 && check() ? 0 : 1);
     int status = 0;
     return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// The lines of `text`, without their line ends.
+inline std::vector<std::string> lines(const std::string &text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) out.push_back(line);
+    return out;
 }
 
 // The message `action` throws as a std::string; "" when it throws nothing.

@@ -32,22 +32,20 @@ std::vector<std::string> parameterFilesBelow(const std::string &dir) {
     return files;
 }
 
-// The diagnostics of one argument: a directory's *.pf files, a file alone,
-// or a name along PFPATH with its layers. Adds the files checked to `files`.
+// The diagnostics of one argument: the files it names (teskpf::namedFiles),
+// layered; or, for a directory, each *.pf file below it alone. Adds the
+// files checked to `files`.
 std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, size_t &files) {
     std::error_code ignored;
     if (fs::is_directory(arg, ignored)) {
         std::vector<teskpf::Diagnostic> all;
+        // Each has a "/", so it names that file alone.
         for (const std::string &file : parameterFilesBelow(arg)) {
             std::vector<teskpf::Diagnostic> found = teskpf::checkFile(file);
             all.insert(all.end(), found.begin(), found.end());
             ++files;
         }
         return all;
-    }
-    if (fs::is_regular_file(arg, ignored)) {
-        ++files;
-        return teskpf::checkFile(arg);
     }
     const size_t layers = teskpf::parameterFiles(arg).size();
     if (layers == 0) throwNoParameterFile(arg);
@@ -93,16 +91,17 @@ int runCheck(const CommandLine &line) {
 
 Command checkCommand() {
     return {"check",
-            "check [--format text|json|github] [--strict] [-q] NAME|FILE|DIR...",
+            "check [--format text|json|github] [--strict] [-q] NAME|DIR...",
             "lint parameter files: layout, annotations and values",
             "Reports what reading passes over silently (a stray '}', a block left\n"
             "open, text after a brace, a key defined twice, an annotation that does\n"
             "not parse, bytes that are not text) and every value that fails the\n"
             "annotation in effect: its own, else its block's, else the one of the\n"
             "lower-layer definition it overrides. Arguments:\n"
-            "  DIR   every *.pf file below it, each alone, in sorted order\n"
-            "  FILE  an existing file, alone\n"
-            "  NAME  every file of that name along PFPATH, layered\n"
+            "  NAME  the files it names, as for every command (see 'teskpf help'),\n"
+            "        layered: ./FILE.pf or dir/FILE.pf is that file alone\n"
+            "  DIR   an existing directory: every *.pf file below it, each alone,\n"
+            "        in sorted order\n"
             "Formats (--format): text (FILE:LINE:COLUMN: error|warning: MESSAGE\n"
             "[rule], 1-based), json (one array of objects) or github (workflow\n"
             "annotations). A summary goes to standard error (\"ok: N files, no\n"

@@ -14,10 +14,11 @@ namespace {
 
 int runFiles(const CommandLine &line) {
     const std::string &name = line.positional[0];
+    const teskpf::NamedFiles named = teskpf::namedFiles(name);
+    if (named.files.empty()) throwNoParameterFile(name);
     TeskPf pf = loadParameterFile(name);
-    std::cout << "# files read for '" << name << "' (PFPATH=" << teskpf::searchPath()
-              << "), lowest precedence first; the last one wins each top-level key\n";
-    for (const std::string &file : teskpf::parameterFiles(name)) std::cout << file << '\n';
+    std::cout << "# " << named.why << (named.files.size() > 1 ? "; the last one wins each top-level key" : "") << '\n';
+    for (const std::string &file : named.files) std::cout << file << '\n';
     std::cout << "# top-level keys and the file that supplied each\n";
     for (int i = 0; i < pf.size(); ++i) {
         const std::string key = pf.getKey(i);
@@ -34,12 +35,11 @@ Command filesCommand() {
     return {"files",
             "files NAME",
             "show the files NAME reads and which file supplied each top-level key",
-            "Lists the files NAME resolves to along PFPATH (or NAME itself when it\n"
-            "is a readable file found nowhere on the path), lowest precedence\n"
-            "first: for a top-level key defined in several files, the last file\n"
-            "wins as a whole. Then one line per top-level key: the key path, a\n"
-            "tab, and the file its definition comes from. Lines starting with\n"
-            "\"#\" are headings.\n",
+            "Says why NAME names the files it does (see 'teskpf help'), then lists\n"
+            "them, lowest precedence first: for a top-level key defined in several\n"
+            "files, the last file wins as a whole. Then one line per top-level\n"
+            "key: the key path, a tab, and the file its definition comes from.\n"
+            "Lines starting with \"#\" are headings.\n",
             {{}, {"NAME"}, 1, false},
             runFiles,
             "PFPATH=.:site-override teskpf files station"};

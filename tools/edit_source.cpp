@@ -87,7 +87,8 @@ teskpf::Editor openForEditing(const std::string &command, const std::string &fil
                               const teskpf::LockWait &wait) {
     try {
         // A second lock on the file from this process would wait for the first.
-        return locked ? teskpf::Editor::open(file) : teskpf::Editor::openLocked(file, wait);
+        // A file not yet locked comes from the user (--file): the one file it names.
+        return locked ? teskpf::Editor::open(file) : teskpf::Editor::openLocked(teskpf::namedFile(file), wait);
     } catch (const teskpf::Error &error) {
         throw ToolError(command + ": " + error.what(), kExitError);
     }

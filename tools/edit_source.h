@@ -48,7 +48,8 @@ LockedMergedSource lockMergedSourceOf(const std::string &name, const std::string
 teskpf::LockWait lockWaitOf(const CommandLine &line, const std::string &command);
 
 // An editor on `file`, holding its lock (waited for as `wait` says) unless
-// `locked` says the caller holds it already. Throws ToolError (exit 2) when it
+// `locked` says the caller holds it already; a `file` not locked yet is the
+// user's and stands for the one file it names (teskpf::namedFile). Throws ToolError (exit 2) when it
 // cannot be read or locked.
 teskpf::Editor openForEditing(const std::string &command, const std::string &file, bool locked,
                               const teskpf::LockWait &wait = {});

@@ -7,13 +7,7 @@
 
 namespace teskpf_tool {
 
-void throwNoParameterFile(const std::string &name) {
-    const std::string reason = teskpf::notAParameterFile(name);
-    throw ToolError(reason.empty()
-                        ? "no parameter file named '" + name + "' (searched PFPATH=" + teskpf::searchPath() + ")"
-                        : reason,
-                    kExitError);
-}
+void throwNoParameterFile(const std::string &name) { throw ToolError(teskpf::namedFiles(name).why, kExitError); }
 
 TeskPf loadParameterFile(const std::string &name) {
     if (teskpf::parameterFiles(name).empty()) throwNoParameterFile(name);

@@ -9,11 +9,35 @@
 
 namespace teskpf {
 
-// The files read for `name`, lowest precedence first (the last one wins each
-// top-level key): a leading "~" expanded, then the files of that name along
-// PFPATH or, when there are none, the name itself if it is a readable regular
-// file. Empty when nothing is found. Throws teskpf::Error when "~" cannot be
-// expanded (no home directory).
+// What an argument names, by the one rule every reader follows (the tool's
+// commands, Document::load, teskpf.load/check/edit in Python; the classic
+// constructor reads the same files):
+// - a leading "~" is expanded;
+// - a name without "/" (`station`, `station.pf`) is looked up in every
+//   directory of PFPATH as DIR/NAME, ".pf" appended unless NAME ends in it:
+//   every file found, lowest precedence first;
+// - a name with "/" (`./station.pf`, `dir/x`, `/abs/x.pf`) is a path: that
+//   file alone, ".pf" appended unless it ends in it;
+// - when neither finds a file, the argument itself if it is a readable
+//   regular file (`notes.conf`), alone.
+struct TESKPF_API NamedFiles {
+    enum class Form { Name, Path };
+    Form form = Form::Name;          // Name: looked up along PFPATH; Path: has a "/"
+    bool itself = false;             // found that way nowhere: the argument itself, a readable file
+    std::vector<std::string> files;  // lowest precedence first; empty when there is none
+    std::string why;                 // one sentence: how the files were found, or why there is none
+};
+
+// The files `argument` names and why. Throws teskpf::Error when "~" cannot
+// be expanded (no home directory).
+TESKPF_API NamedFiles namedFiles(std::string_view argument);
+
+// The one file `argument` names, for an editor: throws teskpf::IoError when
+// it names none (saying why, as Document::load does) or several (listing
+// them: a path such as "./station.pf" names one).
+TESKPF_API std::string namedFile(std::string_view argument);
+
+// The files read for `name`: namedFiles(name).files.
 TESKPF_API std::vector<std::string> parameterFiles(std::string_view name);
 
 // `path` with a leading "~" replaced by the home directory, as every reader

@@ -8,6 +8,7 @@
 #include <teskpf/diagnostics.h>
 #include <teskpf/editor.h>
 #include <teskpf/save.h>
+#include <teskpf/search.h>
 
 #include "bindings.h"
 
@@ -54,6 +55,22 @@ void bindTools(py::module_ &module) {
         .def_property_readonly("message", [](const teskpf::Diagnostic &d) { return text(d.message); })
         .def_property_readonly("key", [](const teskpf::Diagnostic &d) { return text(d.key); })
         .def("__repr__", &describe);
+    py::class_<teskpf::NamedFiles>(module, "NamedFiles", "The files an argument names, and why.")
+        .def_property_readonly(
+            "form",
+            [](const teskpf::NamedFiles &n) { return n.form == teskpf::NamedFiles::Form::Name ? "name" : "path"; })
+        .def_readonly("itself", &teskpf::NamedFiles::itself)
+        .def_property_readonly("files",
+                               [](const teskpf::NamedFiles &n) {
+                                   py::list files;
+                                   for (const std::string &file : n.files) files.append(path(file));
+                                   return files;
+                               })
+        .def_property_readonly("why", [](const teskpf::NamedFiles &n) { return text(n.why); });
+    module.def(
+        "named_files", [](const Path &name) { return teskpf::namedFiles(name.bytes); }, py::arg("name"), released);
+    module.def(
+        "named_file", [](const Path &name) { return path(teskpf::namedFile(name.bytes)); }, py::arg("name"));
     module.def(
         "check_file", [](const Path &file) { return teskpf::checkFile(file.bytes); }, py::arg("path"), released);
     module.def(

@@ -20,11 +20,11 @@ from dataclasses import dataclass
 from typing import Any, Union
 
 from . import _teskpf
-from ._teskpf import Diagnostic, EditError, Error, IoError, TeskPf
+from ._teskpf import Diagnostic, EditError, Error, IoError, NamedFiles, TeskPf
 
 __all__ = [
-    "Block", "Config", "Diagnostic", "EditError", "Editor", "Entry", "Error", "IoError", "List", "TeskPf",
-    "check", "edit", "load",
+    "Block", "Config", "Diagnostic", "EditError", "Editor", "Entry", "Error", "IoError", "List", "NamedFiles",
+    "TeskPf", "check", "edit", "load", "named_files",
 ]
 
 Key = Union[str, tuple]
@@ -162,20 +162,19 @@ class Entry:
     key: str
     value: str  # "&Arr"/"&Tbl" for a block
     comment: str
-    annotation: str  # the entry's own annotation text
+    annotation: str  # the annotation in effect (its own, its block's or a lower file's); "" when none
+    annotation_at: str  # "file:line" where that annotation is written; "" when none
+    own_annotation: str  # the annotation written in the entry's own comment; "" when none
     ok: bool  # whether the value satisfies the annotation in effect
-    checked_against: str = ""  # the annotation in effect; "" when none applies
-    checked_against_at: str = ""  # "file:line" of that annotation; "" when none
 
 
 class Config(Block):
-    """The parameter files of one name (or one file), merged; a Block of top-level keys."""
+    """The files one argument names (see named_files), merged; a Block of top-level keys."""
 
-    def __init__(self, document: Any, target: str, is_file: bool) -> None:
+    def __init__(self, document: Any, target: str) -> None:
         super().__init__(document.root())
         self._document = document
         self._target = target
-        self._is_file = is_file
 
     @property
     def files(self) -> list[str]:
@@ -190,33 +189,36 @@ class Config(Block):
         file, line = node.source()
         verdict = node.check()
         at = f"{verdict.where[0]}:{verdict.where[1]}" if verdict.annotation else ""
-        return Entry(file, line, node.level(), node.key_path(), node.text(), node.comment(), node.annotation(),
-                     verdict.ok, verdict.annotation, at)
+        return Entry(file, line, node.level(), node.key_path(), node.text(), node.comment(), verdict.annotation, at,
+                     node.annotation(), verdict.ok)
 
     def check(self) -> list[Diagnostic]:
         """The diagnostics of the files read, as ``teskpf check`` reports them."""
-        return _teskpf.check_file(self._target) if self._is_file else _teskpf.check_name(self._target)
+        return _teskpf.check_name(self._target)
 
 
-def _is_file(name_or_path: str | os.PathLike) -> bool:
-    return os.path.isfile(name_or_path)
+def named_files(name_or_path: str | os.PathLike) -> NamedFiles:
+    """The files an argument names, and why: the one rule of every reader.
+
+    A name without "/" (``"station"``, ``"station.pf"``) is every station.pf
+    along PFPATH; a path (``"./station.pf"``, ``"dir/x"``) is that file alone;
+    when neither finds one, the argument itself if it is a readable file.
+    """
+    return _teskpf.named_files(os.fspath(name_or_path))
 
 
 def load(name_or_path: str | os.PathLike) -> Config:
-    """An existing file alone, else every file of that name along PFPATH.
+    """The files the argument names (see named_files), merged.
 
     Raises IoError when nothing can be read, Error for text that does not parse.
     """
     target = os.fspath(name_or_path)
-    if _is_file(target):
-        return Config(_teskpf.Document.load_file(target), target, True)
-    return Config(_teskpf.Document.load(target), target, False)
+    return Config(_teskpf.Document.load(target), target)
 
 
-def check(path_or_name: str | os.PathLike) -> list[Diagnostic]:
-    """The diagnostics of a file, or of a name's layers along PFPATH (as ``teskpf check``)."""
-    target = os.fspath(path_or_name)
-    return _teskpf.check_file(target) if _is_file(target) else _teskpf.check_name(target)
+def check(name_or_path: str | os.PathLike) -> list[Diagnostic]:
+    """The diagnostics of the files the argument names, layered (as ``teskpf check``)."""
+    return _teskpf.check_name(os.fspath(name_or_path))
 
 
 class Editor:
@@ -254,7 +256,11 @@ class Editor:
 
 @contextlib.contextmanager
 def edit(path: str | os.PathLike, timeout: float | None = None) -> Iterator[Editor]:
-    """Locks the file, yields an Editor and saves on a clean exit.
+    """Locks the one file ``path`` names, yields an Editor and saves on a clean exit.
+
+    ``path`` follows the rule of named_files and must name one file: IoError
+    when it names several (``"station"`` with two along PFPATH; write
+    ``"./station.pf"``) or none.
 
     Waits for a lock another editor holds, other threads running meanwhile;
     with ``timeout`` (seconds, 0 to try once) for at most that long, then
@@ -262,7 +268,7 @@ def edit(path: str | os.PathLike, timeout: float | None = None) -> Iterator[Edit
     KeyboardInterrupt). On an exception nothing is written. The lock is
     released on leaving.
     """
-    editor = Editor(_teskpf.Editor.open_locked(os.fspath(path), timeout))
+    editor = Editor(_teskpf.Editor.open_locked(_teskpf.named_file(os.fspath(path)), timeout))
     try:
         yield editor
         if editor._editor.changed:

@@ -78,6 +78,14 @@ class Diagnostic:
     message: str
     key: str
 
+class NamedFiles:
+    form: str  # "name" (no "/": looked up along PFPATH) or "path" (that file)
+    itself: bool  # found nowhere that way: the argument itself, a readable file
+    files: list[str]  # lowest precedence first; [] when there is none
+    why: str  # how the files were found, or why there is none
+
+def named_files(name: str) -> NamedFiles: ...
+def named_file(name: str) -> str: ...
 def check_file(path: str) -> list[Diagnostic]: ...
 def check_name(name: str) -> list[Diagnostic]: ...
 

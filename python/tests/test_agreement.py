@@ -1,4 +1,4 @@
-"""entry.ok, entry.checked_against and to_dict(typed=True) follow the same
+"""entry.ok, entry.annotation and to_dict(typed=True) follow the same
 annotation in effect as ``teskpf.check``, over the random layered sets the
 C++ agreement test reads (tests/agreement/layered_sets.py, same seed)."""
 
@@ -38,14 +38,14 @@ def test_entry_and_typed_values_agree_with_check(tmp_path, monkeypatch):
         for key, is_value in _keys(cfg):
             entry = cfg.entry(key)
             assert entry.ok == (entry.key not in failing), entry
-            if entry.checked_against_at and not entry.checked_against_at.startswith(entry.file + ":"):
+            if entry.annotation_at and not entry.annotation_at.startswith(entry.file + ":"):
                 from_lower_files.add(entry.ok)
             if not is_value:
                 continue
             value = _typed_at(typed, key)
-            if not entry.ok or not entry.checked_against:
+            if not entry.ok or not entry.annotation:
                 assert value == entry.value, entry  # a value that fails stays text
-            elif entry.checked_against.startswith(("<int>", "<float>")):
+            elif entry.annotation.startswith(("<int>", "<float>")):
                 assert not isinstance(value, str), entry  # converted by the annotation in effect
     assert from_lower_files == {True, False}  # the sets reach the lower-file step
 
@@ -62,6 +62,6 @@ def test_an_override_keeps_the_annotation_it_replaces(monkeypatch, tmp_path):
     cfg = teskpf.load("cfg")
     assert cfg.to_dict(typed=True)["x"] == 7  # int with or without the site file
     entry = cfg.entry("x")
-    assert (entry.annotation, entry.checked_against, entry.checked_against_at) == ("", "<int>", f"{base}:1")
+    assert (entry.own_annotation, entry.annotation, entry.annotation_at) == ("", "<int>", f"{base}:1")
     (tmp_path / "site" / "cfg.pf").write_text("x abc\n")
     assert not teskpf.load("cfg").entry("x").ok

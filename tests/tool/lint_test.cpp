@@ -130,13 +130,6 @@ std::vector<LintCase> lintCases() {
     return cases;
 }
 
-std::vector<std::string> lines(const std::string &text) {
-    std::vector<std::string> out;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) out.push_back(line);
-    return out;
-}
-
 }  // namespace
 
 class LintData : public ::testing::TestWithParam<LintCase> {};
@@ -202,7 +195,7 @@ TEST(Lint, UsageAndUnreadableInput) {
     EXPECT_EQ(runTool({"check", "--format", "yaml", "clean.pf"}, kLintDir, "").status, 2);
     ToolRun missing = runTool({"check", "nope", "clean.pf"}, kLintDir, "");
     EXPECT_EQ(missing.status, 2);
-    EXPECT_EQ(missing.err, "teskpf: no parameter file named 'nope' (searched PFPATH=.)\n");
+    EXPECT_EQ(missing.err, "teskpf: no parameter file named 'nope' along PFPATH=.\n");
 }
 
 // explain: every layer's definition, the one in effect and the annotation

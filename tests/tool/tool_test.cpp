@@ -36,7 +36,7 @@ const char kBrokenReport[] =
     "[bad-annotation]\n./broken.pf:4:3: error: value 'BHZ' does not satisfy '<str>(HHZ HHN)' of its block "
     "(./broken.pf:3); change the value or the annotation [value-mismatch]\n./broken.pf:6:6: error: value '1' does not "
     "satisfy '<int> <float>'; change the value or the annotation [value-mismatch]\n";
-const std::string kNoFile = "teskpf: no parameter file named 'nope' (searched PFPATH=.)\n";
+const std::string kNoFile = "teskpf: no parameter file named 'nope' along PFPATH=.\n";
 
 class Tool : public ::testing::Test {
 protected:
@@ -100,7 +100,7 @@ TEST_F(Tool, CommandsReadingFiles) {
     };
     for (const auto &[args, expected] : cases) EXPECT_EQ(run(args), expected) << args.size();
     for (const char *command : {"show", "fmt", "keys", "files"}) EXPECT_EQ(run({command, "nope"}), "2||" + kNoFile);
-    EXPECT_EQ(run({"get", "nope", "k"}, "a:b"), "2||teskpf: no parameter file named 'nope' (searched PFPATH=a:b)\n");
+    EXPECT_EQ(run({"get", "nope", "k"}, "a:b"), "2||teskpf: no parameter file named 'nope' along PFPATH=a:b\n");
     EXPECT_EQ(get("good.pf"), kGood);
     EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), fs::directory_iterator()), 2);  // no file written
 }
@@ -130,8 +130,9 @@ TEST_F(Tool, CommandsWritingFiles) {
     dir.write("base/stn.pf", "a 1\nb 2\n# base comment\n");
     dir.write("site/stn.pf", "b 3\n");
     EXPECT_EQ(run({"files", "stn"}, "base:site"),
-              "0|# files read for 'stn' (PFPATH=base:site), lowest precedence first; the last one wins each top-level "
-              "key\nbase/stn.pf\nsite/stn.pf\n# top-level keys and the file that supplied each\n[\"b\"]\tsite/stn.pf\n"
+              "0|# 'stn' is a name (no \"/\"): every file of that name along PFPATH=base:site, lowest precedence "
+              "first; the last one wins each top-level key\nbase/stn.pf\nsite/stn.pf\n# top-level keys and the file "
+              "that supplied each\n[\"b\"]\tsite/stn.pf\n"
               "[\"a\"]\tbase/stn.pf\n|");
     EXPECT_EQ(run({"set", "stn", "a", "10"}, "base:site"), "0||");
     EXPECT_EQ(run({"set", "stn", "b", "30"}, "base:site"), "0||");

@@ -35,10 +35,9 @@ Document &Document::operator=(Document &&) noexcept = default;
 Document::~Document() = default;
 
 Document Document::load(std::string_view name) {
-    std::vector<std::string> names = parameterFiles(name);
-    if (names.empty())
-        throwNoParameterFile(name,
-                             "no parameter file '" + std::string(name) + "' along the search path " + searchPath());
+    NamedFiles named = namedFiles(name);
+    if (named.files.empty()) throwNoParameterFile(name, named.why);
+    std::vector<std::string> names = std::move(named.files);
     std::vector<FileText> texts;
     texts.reserve(names.size());
     for (const std::string &file : names) texts.push_back(readFileOrThrow(file));

@@ -23,11 +23,14 @@ bool isReadableFile(const std::string &path) {
 
 }  // namespace
 
-std::vector<std::string> findParameterFiles(const std::string &name) {
+std::vector<std::string> findParameterFiles(const std::string &name, bool *itself) {
     std::unique_ptr<Tbl, void (*)(Tbl *)> list(pffiles(name.c_str(), 0), [](Tbl *found) { freetbl(found, nullptr); });
     std::vector<std::string> files;
     for (long i = 0; i < cnttbl(list.get()); ++i) files.emplace_back(static_cast<const char *>(gettbl(list.get(), i)));
-    if (files.empty() && isReadableFile(name)) files.push_back(name);
+    if (files.empty() && isReadableFile(name)) {
+        files.push_back(name);
+        if (itself) *itself = true;
+    }
     return files;
 }
 

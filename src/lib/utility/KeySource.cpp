@@ -1,6 +1,5 @@
 #include <teskpf/key_source.h>
 
-#include <teskpf/error.h>
 #include <teskpf/search.h>
 
 #include "detail/EntryStore.h"
@@ -9,13 +8,9 @@ namespace teskpf {
 
 std::optional<KeySource> findKeySource(std::string_view name, std::string_view key_path) {
     const std::vector<std::string> files = parameterFiles(name);
-    try {
-        const std::optional<detail::KeySupplier> found = detail::keySupplier(files, key_path);
-        if (!found) return std::nullopt;
-        return KeySource{files[found->file], static_cast<long>(found->line), found->opens_block};
-    } catch (const std::string &message) {
-        throw Error(message);
-    }
+    const std::optional<detail::KeySupplier> found = detail::keySupplier(files, key_path);
+    if (!found) return std::nullopt;
+    return KeySource{files[found->file], static_cast<long>(found->line), found->opens_block};
 }
 
 }  // namespace teskpf

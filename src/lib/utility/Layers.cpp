@@ -61,8 +61,9 @@ Layers Layers::ofFile(const std::string &path) {
 }
 
 Layers Layers::ofName(const std::string &name) {
-    const std::vector<std::string> paths = parameterFiles(name);
-    if (paths.empty()) throwNoParameterFile(name, "no parameter file named '" + name + "' along PFPATH");
+    const NamedFiles named = namedFiles(name);
+    if (named.files.empty()) throwNoParameterFile(name, named.why);
+    const std::vector<std::string> &paths = named.files;
     Layers layers;
     for (const std::string &path : paths) layers.files.push_back(readLayer(path, path));
     layers.merged = merge(layers.files);

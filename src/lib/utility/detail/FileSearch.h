@@ -9,9 +9,10 @@ namespace teskpf {
 
 // The files called `name` along the search path (PFPATH), in search-path
 // order: the last one takes precedence. When the search path has none, the
-// name itself when it is a readable regular file. Empty when there is none.
-// `name` is used as given: expand "~" first (see expandHome).
-std::vector<std::string> findParameterFiles(const std::string &name);
+// name itself when it is a readable regular file, and then `*itself` (when
+// given) becomes true. Empty when there is none. `name` is used as given:
+// expand "~" first (see expandHome). namedFiles (search.h) states the rule.
+std::vector<std::string> findParameterFiles(const std::string &name, bool *itself = nullptr);
 
 // Why `name` (already expanded) stands for no parameter file although
 // something of that name exists: "'SHOWN' is a directory, not a parameter
