@@ -22,11 +22,6 @@ const char *originName(teskpf::AnnotationOrigin origin) {
     }
 }
 
-const char *typeName(teskpf::ValueType type) {
-    static const char *const names[] = {"str", "int", "float", "color", "font", "regex"};
-    return names[static_cast<int>(type)];
-}
-
 // The names of a block's members, in file order ("" for list items).
 py::list memberNames(const teskpf::Node &node) {
     py::list names;
@@ -47,7 +42,7 @@ void bindDocument(py::module_ &module) {
         .def_property_readonly("types",
                                [](const teskpf::Verdict &v) {
                                    std::vector<std::string> names;
-                                   for (teskpf::ValueType type : v.types) names.emplace_back(typeName(type));
+                                   for (teskpf::ValueType type : v.types) names.emplace_back(teskpf::typeKeyword(type));
                                    return names;
                                })
         .def_property_readonly("message", [](const teskpf::Verdict &v) { return text(v.message); });

@@ -1,15 +1,19 @@
 #include "detail/ConstraintParser.h"
 
+#include <iterator>
+
+#include "detail/AnnotationSyntax.h"
+
 namespace teskpf {
 
 namespace {
 
 // The keywords in the order of ValueType.
+constexpr std::string_view kKeywords[] = {"str", "int", "float", "color", "font", "regex"};
+
 std::optional<ValueType> typeOf(std::string_view keyword) {
-    static constexpr std::string_view keywords[] = {"str", "int", "float", "color", "font", "regex"};
-    for (int code = 0; code < 6; ++code) {
-        if (keyword == keywords[code]) return static_cast<ValueType>(code);
-    }
+    for (size_t code = 0; code < std::size(kKeywords); ++code)
+        if (keyword == kKeywords[code]) return static_cast<ValueType>(code);
     return std::nullopt;
 }
 
@@ -25,31 +29,23 @@ void appendWords(std::string_view list, std::vector<std::string> &words) {
 
 }  // namespace
 
+std::string_view typeKeyword(ValueType type) { return kKeywords[static_cast<size_t>(type)]; }
+
 std::optional<ConstraintTable> parseConstraintText(std::string_view text) {
     ConstraintTable table;
-    size_t j = 0;
-    while (j < text.size() && text[j] == '<') {
-        size_t type_start = j + 1;
-        j = text.find('>', type_start);
-        if (j == std::string_view::npos) return std::nullopt;
-        std::string_view type_string = text.substr(type_start, j - type_start);
-        std::string_view list;
-        ++j;
-        if (j < text.size() && text[j] == '(') {
-            size_t list_start = j + 1;
-            j = text.find(')', list_start);
-            if (j == std::string_view::npos) return std::nullopt;
-            list = text.substr(list_start, j - list_start);
-            ++j;
+    bool known = true;
+    const size_t end = scanAnnotations(text, [&](std::string_view type_text, std::string_view list) {
+        const std::optional<ValueType> type = typeOf(type_text);
+        if (!type) {
+            known = false;
+            return;
         }
-        std::optional<ValueType> type = typeOf(type_string);
-        if (!type) return std::nullopt;
         Constraint constraint;
         constraint.type = *type;
         if (*type == ValueType::Str) appendWords(list, constraint.words);
         table.push_back(std::move(constraint));
-        ++j;  // the one separator character after each annotation
-    }
+    });
+    if (end == std::string_view::npos || !known) return std::nullopt;
     return table;
 }
 

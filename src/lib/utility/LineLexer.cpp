@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "detail/AnnotationSyntax.h"
 #include "pf_strtrim.h"
 
 namespace teskpf {
@@ -73,24 +74,13 @@ HashMarks hashMarks(std::string_view line) {
 }
 
 // The annotation text at the start of `comment` (which begins with "#"):
-// "<type>" groups, each optionally followed at once by "(list)", separated by
-// exactly one character. The text runs to one character past the last
-// closing bracket. A group left unclosed empties the whole text.
+// every group the scan finds plus the one character after the last, or
+// empty when there is none or a group is left unclosed.
 std::string_view annotation(std::string_view comment) {
-    std::string_view found;
-    size_t j = 1;
-    while (j < comment.size() && comment[j] == '<') {
-        j = comment.find('>', j + 1);
-        if (j == std::string_view::npos) return {};
-        if (j + 1 < comment.size() && comment[j + 1] == '(') {
-            j = comment.find(')', j + 2);
-            if (j == std::string_view::npos) return {};
-        }
-        ++j;
-        found = comment.substr(1, j);
-        ++j;
-    }
-    return found;
+    const std::string_view text = comment.substr(1);
+    const size_t end = scanAnnotations(text, [](std::string_view, std::string_view) {});
+    if (end == 0 || end == std::string_view::npos) return {};
+    return text.substr(0, end + 1);
 }
 
 // Index of the first blank or tab, or npos; a plain loop, as keys are short.
