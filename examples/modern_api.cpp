@@ -13,7 +13,7 @@ namespace {
 int reportProblems(teskpf::Node node) {
     int problems = 0;
     for (teskpf::Node member : node) {
-        if (!member.is_value()) {
+        if (!member.isValue()) {
             problems += reportProblems(member);
             continue;
         }
@@ -34,11 +34,11 @@ int main() {
         teskpf::Document doc = teskpf::Document::load("station");
         for (const std::string &file : doc.files()) std::printf("read %s\n", file.c_str());
 
-        std::int64_t port = doc["telemetry"]["port"].value_or(std::int64_t{0});
+        std::int64_t port = doc["telemetry"]["port"].valueOr(std::int64_t{0});
         double rate = doc["digitizer"]["sample_rate"].get<double>().value_or(0.0);
-        std::printf("status %s, port %lld, sample rate %g Hz, serial %lld\n", doc["status"].value_or("unknown").c_str(),
+        std::printf("status %s, port %lld, sample rate %g Hz, serial %lld\n", doc["status"].valueOr("unknown").c_str(),
                     static_cast<long long>(port), rate,
-                    static_cast<long long>(doc.at("sensor").at("serial").value_or(std::int64_t{-1})));
+                    static_cast<long long>(doc.at("sensor").at("serial").valueOr(std::int64_t{-1})));
 
         for (auto [name, node] : doc["telemetry"]) {
             teskpf::Verdict verdict = node.check();
@@ -55,7 +55,7 @@ int main() {
         editor.save();
 
         teskpf::Document after = teskpf::Document::load("station");
-        std::int64_t saved = after["telemetry"]["port"].value_or(std::int64_t{0});
+        std::int64_t saved = after["telemetry"]["port"].valueOr(std::int64_t{0});
         std::printf("saved %s: port %lld\n", file.c_str(), static_cast<long long>(saved));
         return saved == port + 1 ? 0 : 1;
     } catch (const teskpf::Error &error) {  // every error of the modern API

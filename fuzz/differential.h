@@ -159,14 +159,14 @@ inline std::string compareDocument(const std::string &name, const Reference &ref
         if (!node) continue;
         const Entry &entry = list[static_cast<size_t>(found)];
         const teskpf::Source source = node.source();
-        if (node.key_path() != entry[reference::kKey] || node.text() != entry[reference::kValue] ||
+        if (node.keyPath() != entry[reference::kKey] || node.text() != entry[reference::kValue] ||
             node.comment() != entry[reference::kComment] || node.annotation() != entry[reference::kConstraints] ||
             !nameFits(node.name(), entry[reference::kKey], node.level(), reference) ||
             std::to_string(node.level()) != entry[reference::kLevel] ||
             source.file + ":" + std::to_string(source.line - 1) != entry[reference::kSource])
             return "a node's field differs for " + query;
     }
-    if (withoutRevisionTime(document->to_string()) != withoutRevisionTime(reference::generate(list, 0)))
+    if (withoutRevisionTime(document->toString()) != withoutRevisionTime(reference::generate(list, 0)))
         return "Document::to_string differs";
 
     // The last value set to a text that reads back (escapes and all).
@@ -174,7 +174,7 @@ inline std::string compareDocument(const std::string &name, const Reference &ref
     for (size_t i = list.size(); i-- > 0;) {
         const std::string &key = list[i][reference::kKey];
         const teskpf::Node node = document->find(key);
-        if (key.empty() || !node.is_value()) continue;
+        if (key.empty() || !node.isValue()) continue;
         try {
             document->set(key, value);
         } catch (const teskpf::Error &error) {
@@ -183,7 +183,7 @@ inline std::string compareDocument(const std::string &name, const Reference &ref
         EntryList edited = list;
         edited[static_cast<size_t>(reference.find(key))][reference::kValue] = value;
         if (node.text() != value ||
-            withoutRevisionTime(document->to_string()) != withoutRevisionTime(reference::generate(edited, 0)))
+            withoutRevisionTime(document->toString()) != withoutRevisionTime(reference::generate(edited, 0)))
             return "Document::set differs for " + key;
         break;
     }

@@ -20,7 +20,7 @@ class IntegerConversion : public testing::TestWithParam<IntegerRow> {};
 
 TEST_P(IntegerConversion, MatchesTheCheck) {
     const IntegerRow &row = GetParam();
-    EXPECT_EQ(teskpf::to_integer(row.text), row.expected) << row.text;
+    EXPECT_EQ(teskpf::toInteger(row.text), row.expected) << row.text;
     // The same text as a value under <int>: converts exactly when it passes.
     teskpf::Document doc = teskpf::Document::parse(std::string("v\t") + row.text + "\t#<int>\n");
     EXPECT_EQ(doc["v"].check().ok, row.expected.has_value()) << row.text;
@@ -37,9 +37,9 @@ INSTANTIATE_TEST_SUITE_P(Rows, IntegerConversion,
                                          IntegerRow{"9223372036854775808", std::nullopt}, IntegerRow{"1e3", 1}));
 
 TEST(IntegerConversion, NeedsExactlyOneField) {
-    EXPECT_EQ(teskpf::to_integer(""), std::nullopt);
-    EXPECT_EQ(teskpf::to_integer("1 2"), std::nullopt);
-    EXPECT_EQ(teskpf::to_integer(" 1"), std::nullopt);
+    EXPECT_EQ(teskpf::toInteger(""), std::nullopt);
+    EXPECT_EQ(teskpf::toInteger("1 2"), std::nullopt);
+    EXPECT_EQ(teskpf::toInteger(" 1"), std::nullopt);
 }
 
 struct FloatRow {
@@ -51,7 +51,7 @@ class FloatConversion : public testing::TestWithParam<FloatRow> {};
 
 TEST_P(FloatConversion, MatchesTheCheck) {
     const FloatRow &row = GetParam();
-    std::optional<double> got = teskpf::to_float(row.text);
+    std::optional<double> got = teskpf::toFloat(row.text);
     ASSERT_EQ(got.has_value(), row.expected.has_value()) << row.text;
     if (got && std::isnan(*row.expected)) {
         EXPECT_TRUE(std::isnan(*got)) << row.text;
@@ -81,7 +81,7 @@ struct BoolRow {
 class BoolConversion : public testing::TestWithParam<BoolRow> {};
 
 TEST_P(BoolConversion, KnowsTheDocumentedWords) {
-    EXPECT_EQ(teskpf::to_bool(GetParam().text), GetParam().expected) << GetParam().text;
+    EXPECT_EQ(teskpf::toBool(GetParam().text), GetParam().expected) << GetParam().text;
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, BoolConversion,

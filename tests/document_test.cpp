@@ -36,13 +36,13 @@ const char *const kNested =
 TEST(DocumentNavigation, WalksBlocksListsAndValues) {
     Document doc = Document::parse(kNested, "mem.pf");
     EXPECT_EQ(doc.size(), 3u);
-    EXPECT_TRUE(doc.root().is_block());
-    EXPECT_TRUE(doc["net"].is_block());
-    EXPECT_TRUE(doc["chans"].is_list());
-    EXPECT_TRUE(doc["gain"].is_value());
+    EXPECT_TRUE(doc.root().isBlock());
+    EXPECT_TRUE(doc["net"].isBlock());
+    EXPECT_TRUE(doc["chans"].isList());
+    EXPECT_TRUE(doc["gain"].isValue());
     EXPECT_EQ(doc["chans"][0].text(), "HHZ");
     EXPECT_EQ(doc["chans"][1]["name"].text(), "x");
-    EXPECT_EQ(doc["chans"][1]["name"].key_path(), R"(["chans"][1]["name"])");
+    EXPECT_EQ(doc["chans"][1]["name"].keyPath(), R"(["chans"][1]["name"])");
     EXPECT_EQ(doc["net"]["port"].level(), 1);
     EXPECT_TRUE(doc["net"].contains("host"));
     EXPECT_FALSE(doc["net"].contains("nope"));
@@ -79,7 +79,7 @@ TEST(DocumentNavigation, IteratesMembersInFileOrderSkippingComments) {
     for (auto [name, node] : doc) names.push_back(std::string(name) + "=" + std::string(node.text()));
     EXPECT_EQ(names, (std::vector<std::string>{"gain=2.5", "net=&Arr", "chans=&Tbl"}));
     std::vector<std::string> items;
-    for (Node item : doc["chans"]) items.push_back(item.key_path());
+    for (Node item : doc["chans"]) items.push_back(item.keyPath());
     EXPECT_EQ(items, (std::vector<std::string>{R"(["chans"][0])", R"(["chans"][1])"}));
     int values = 0;
     for (Node value : doc["gain"]) values += value ? 1 : 0;
@@ -134,7 +134,7 @@ TEST(DocumentLoading, LayersFilesAlongTheSearchPathLikeTheClassicClass) {
     EXPECT_FALSE(doc["telemetry"].contains("stream_pattern"));  // the block is replaced whole
     EXPECT_EQ(doc["latitude"].source().file, TESKPF_EXAMPLES_DIR "/station.pf");
     TeskPf classic("station", 0);
-    EXPECT_EQ(doc.to_string(), classic.getPfString());
+    EXPECT_EQ(doc.toString(), classic.getPfString());
 }
 
 TEST(DocumentLoading, ReportsOneBasedSources) {
@@ -207,7 +207,7 @@ TEST(DocumentVerdicts, AgreeWithTheClassicCheckOnEveryEntry) {
         if (key.empty()) continue;
         Node node = doc.find(key);
         ASSERT_TRUE(node) << key;
-        if (node.is_value()) {
+        if (node.isValue()) {
             EXPECT_EQ(node.check().ok, classic.checkValue(i, nullptr, nullptr)) << key;
         }
     }
@@ -224,9 +224,9 @@ TEST(DocumentTypedAccess, ConvertsValuesOnly) {
     EXPECT_EQ(doc["s"].get<std::int64_t>(), std::nullopt);
     EXPECT_EQ(doc["s"].fields(), (std::vector<std::string>{"some", "text"}));
     EXPECT_EQ(doc["blk"].get<std::string>(), std::nullopt);
-    EXPECT_EQ(doc["missing"].value_or(std::int64_t{7}), 7);
-    EXPECT_EQ(doc["missing"].value_or("dflt"), "dflt");
-    EXPECT_EQ(doc["n"].value_or(std::int64_t{7}), 16);
+    EXPECT_EQ(doc["missing"].valueOr(std::int64_t{7}), 7);
+    EXPECT_EQ(doc["missing"].valueOr("dflt"), "dflt");
+    EXPECT_EQ(doc["n"].valueOr(std::int64_t{7}), 16);
 }
 
 // A key with an empty value is there and holds ""; a missing key holds nothing.
@@ -234,16 +234,16 @@ TEST(DocumentTypedAccess, TellsAnEmptyValueFromAMissingKey) {
     Document doc = Document::parse("empty\nblk &Arr{\n\tinner\n}\n");
     for (const Node &node : {doc["empty"], doc["blk"]["inner"]}) {
         EXPECT_TRUE(node);
-        EXPECT_TRUE(node.is_value());
+        EXPECT_TRUE(node.isValue());
         EXPECT_EQ(node.get<std::string>(), "");
-        EXPECT_EQ(node.value_or("dflt"), "");
+        EXPECT_EQ(node.valueOr("dflt"), "");
         EXPECT_EQ(node.get<std::int64_t>(), std::nullopt);
     }
     EXPECT_TRUE(doc.contains("empty"));
     EXPECT_TRUE(doc["blk"].contains("inner"));
     EXPECT_FALSE(doc.contains("gone"));
     EXPECT_EQ(doc["gone"].get<std::string>(), std::nullopt);
-    EXPECT_EQ(doc["gone"].value_or("dflt"), "dflt");
+    EXPECT_EQ(doc["gone"].valueOr("dflt"), "dflt");
 }
 
 // ---- Edits -------------------------------------------------------------------
@@ -252,7 +252,7 @@ TEST(DocumentEdits, RunTheHookThenStoreAndSave) {
     test_support::TempDir dir;
     Document doc = Document::parse(kNested, "mem.pf");
     std::vector<std::string> seen;
-    doc.on_change([&](std::string_view key, std::string_view from, std::string &to) {
+    doc.onChange([&](std::string_view key, std::string_view from, std::string &to) {
         seen.push_back(std::string(key) + ":" + std::string(from) + "->" + to);
         to += "0";
     });
@@ -281,8 +281,8 @@ TEST(DocumentEdits, WriteWhatTheClassicHandleWritesAfterTheSameEdit) {
         doc.set(key, value);
         TeskPf classic(dir.write("e.pf", text), 0);
         classic.setValue(key, value, 0);
-        EXPECT_EQ(doc.to_string(), classic.getPfString());
-        EXPECT_EQ(Document::parse(doc.to_string()).find(key).text(), value);
+        EXPECT_EQ(doc.toString(), classic.getPfString());
+        EXPECT_EQ(Document::parse(doc.toString()).find(key).text(), value);
     }
 }
 
@@ -317,7 +317,7 @@ TEST(DocumentFields, ViewsOfBuiltFieldsOutliveLaterLookupsAndEdits) {
         comments.push_back(node.comment());
     }
     doc.set(R"(["plain"])", "2");
-    EXPECT_FALSE(doc.to_string().empty());
+    EXPECT_FALSE(doc.toString().empty());
     ASSERT_EQ(names.size(), static_cast<size_t>(count + 1));
     for (int i = 0; i < count; ++i) {
         const std::string n = std::to_string(i);

@@ -26,7 +26,7 @@ TEST(GlobalNames, ApplicationTypesLiveBesideTheModernApi) {
     const Array array{2};
     const Table table{3};
     teskpf::Document doc = teskpf::Document::parse("a\t1\n");
-    EXPECT_EQ(doc["a"].value_or(std::int64_t{0}) + array.size + table.rows + FIELD_VALUE + CONSTRAINT_INT, 207);
+    EXPECT_EQ(doc["a"].valueOr(std::int64_t{0}) + array.size + table.rows + FIELD_VALUE + CONSTRAINT_INT, 207);
 }
 
 }  // namespace

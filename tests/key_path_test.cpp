@@ -73,22 +73,22 @@ TEST(KeyPathSyntax, ErrorsSayWhere) {
 }
 
 TEST(KeyPathSyntax, PublicFunctions) {
-    const std::vector<teskpf::KeyPathComponent> parsed = teskpf::parse_key_path("[\"a\"][3]");
+    const std::vector<teskpf::KeyPathComponent> parsed = teskpf::parseKeyPath("[\"a\"][3]");
     ASSERT_EQ(parsed.size(), 2u);
     EXPECT_EQ((std::vector<std::string>{parsed[0].name, std::to_string(parsed[1].position)}),
               (std::vector<std::string>{"a", "3"}));
-    EXPECT_EQ(teskpf::format_key_path(parsed), "[\"a\"][3]");
+    EXPECT_EQ(teskpf::formatKeyPath(parsed), "[\"a\"][3]");
     try {
-        teskpf::parse_key_path("[\"l\"][00]");
+        teskpf::parseKeyPath("[\"l\"][00]");
         ADD_FAILURE() << "no error";
     } catch (const teskpf::KeyPathError &error) {
         EXPECT_EQ(error.offset(), 6u);
         EXPECT_STREQ(error.what(), "not a key path: expected a list position without leading zeros at offset 6");
     }
-    EXPECT_THROW(teskpf::format_key_path({{"", 2147483648L}}), teskpf::KeyPathError);
+    EXPECT_THROW(teskpf::formatKeyPath({{"", 2147483648L}}), teskpf::KeyPathError);
     const std::pair<std::string_view, std::string_view> arguments[] = {
         {"gain", "[\"gain\"]"}, {"[\"a\"][0]", "[\"a\"][0]"}, {"[nonsense", "[nonsense"}, {"", "[\"\"]"}};
-    for (auto [argument, path] : arguments) EXPECT_EQ(teskpf::key_path_argument(argument), path) << argument;
+    for (auto [argument, path] : arguments) EXPECT_EQ(teskpf::keyPathArgument(argument), path) << argument;
 }
 
 // Every key path reading builds from the files of tests/data parses, back

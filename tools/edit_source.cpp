@@ -76,7 +76,7 @@ teskpf::LockWait lockWaitOf(const CommandLine &line, const std::string &command)
     teskpf::LockWait wait;
     if (!line.has("--wait")) return wait;
     const std::string text = line.value("--wait");
-    const std::optional<double> seconds = teskpf::to_float(text);
+    const std::optional<double> seconds = teskpf::toFloat(text);
     if (!seconds || !std::isfinite(*seconds) || *seconds < 0)
         throw UsageError(command + ": --wait takes a number of seconds, not '" + text + "'", command);
     wait.timeout = std::chrono::duration<double>(*seconds);

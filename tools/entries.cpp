@@ -1,13 +1,10 @@
 #include "entries.h"
 
 #include <teskpf/classic.h>
-#include <teskpf/key_path.h>
 
 #include "tool_error.h"
 
 namespace teskpf_tool {
-
-std::string keyPathArgument(const std::string &arg) { return teskpf::key_path_argument(arg); }
 
 int requireEntry(const TeskPf &pf, const std::string &key, const std::string &name) {
     int index = pf.getEntryIndex(key);

@@ -4,13 +4,14 @@
 #include <string>
 
 #include <TeskPf.h>
+#include <teskpf/key_path.h>
 
 namespace teskpf_tool {
 
 // A KEY argument as a key path. Text starting with "[" is a full key path as
 // `teskpf keys` prints it (["chan"]["list"][1]["x"]); any other text names a
 // top-level key, so "gain" means ["gain"].
-std::string keyPathArgument(const std::string &arg);
+using teskpf::keyPathArgument;
 
 // The index of the entry with key path `key` in `pf`, read from `name`.
 // Throws ToolError (exit 1) when there is none.

@@ -57,7 +57,7 @@ public:
 
     // Runs `hook` before every change made with set(); replaces the previous
     // hook; an empty function removes it.
-    void on_change(ChangeHook hook);
+    void onChange(ChangeHook hook);
     // Changes the value at `key_path` in memory, after the change hook.
     // Throws Error when there is no such value (missing, or a block) and
     // EditError when the value would not read back as stored (a line break,
@@ -65,8 +65,8 @@ public:
     void set(std::string_view key_path, std::string value);
     // The parameter-file text of the document as the classic writer makes it
     // (closing lines from the levels; the comments of the winning file kept).
-    std::string to_string() const;
-    // Writes to_string() to `path` with saveFile (atomic). Throws IoError.
+    std::string toString() const;
+    // Writes toString() to `path` with saveFile (atomic). Throws IoError.
     void save(const std::string &path) const;
 
 private:

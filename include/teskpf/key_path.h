@@ -19,7 +19,7 @@ struct KeyPathComponent {
     std::string name;    // the name of a named component; "" for a position
     long position = -1;  // the list position, counted from 0; -1 for a name
     // Whether this is a list position.
-    bool is_position() const { return position >= 0; }
+    bool isPosition() const { return position >= 0; }
 };
 
 // A text that is not a key path: offset() is the byte of the text where the
@@ -39,17 +39,17 @@ private:
 // may hold '"' and ']'), a position is decimal digits without leading zeros
 // ([00] is not a position) up to 2147483647. The empty text has no
 // component. Throws KeyPathError for any other text.
-TESKPF_API std::vector<KeyPathComponent> parse_key_path(std::string_view path);
+TESKPF_API std::vector<KeyPathComponent> parseKeyPath(std::string_view path);
 
 // The text of `components`, exactly as reading writes the key path of an
 // entry with them: ["name"] for a name (written as it is, nothing escaped),
-// [n] for a position. parse_key_path gives the components back. Throws
+// [n] for a position. parseKeyPath gives the components back. Throws
 // KeyPathError for a position beyond 2147483647.
-TESKPF_API std::string format_key_path(const std::vector<KeyPathComponent> &components);
+TESKPF_API std::string formatKeyPath(const std::vector<KeyPathComponent> &components);
 
 // The key path a KEY argument of the tool (or a str key in Python) stands
 // for: text starting with "[" is a key path as it is (not checked); any
 // other text names a top-level key, "gain" meaning ["gain"].
-TESKPF_API std::string key_path_argument(std::string_view key);
+TESKPF_API std::string keyPathArgument(std::string_view key);
 
 }  // namespace teskpf

@@ -58,11 +58,11 @@ public:
     // Whether the node exists.
     explicit operator bool() const { return data_ != nullptr; }
     // The document itself or an "&Arr{" block; false for an empty node.
-    bool is_block() const;
+    bool isBlock() const;
     // An "&Tbl{" block; false for an empty node.
-    bool is_list() const;
+    bool isList() const;
     // A member that holds a value; false for an empty node.
-    bool is_value() const;
+    bool isValue() const;
 
     // The member called `name` of a block (the last one when the name
     // repeats); an empty node when there is none or this is not a block.
@@ -83,7 +83,7 @@ public:
 
     // The full key path, e.g. ["digitizer"]["channels"][0]; "" for the
     // document and for an empty node.
-    std::string key_path() const;
+    std::string keyPath() const;
     // The key as written on the entry's line; "" for list items, the document
     // and empty nodes.
     std::string_view name() const;
@@ -111,10 +111,10 @@ public:
     std::optional<T> get() const;
     // get<T>(), or `fallback` when that gives nothing.
     template <class T>
-    T value_or(T fallback) const {
+    T valueOr(T fallback) const {
         return get<T>().value_or(std::move(fallback));
     }
-    std::string value_or(const char *fallback) const { return value_or(std::string(fallback)); }
+    std::string valueOr(const char *fallback) const { return valueOr(std::string(fallback)); }
 
     // The value against the annotation in effect: its own, else its enclosing
     // block's, else the one that applies to the same key path in the nearest

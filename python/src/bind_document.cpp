@@ -49,16 +49,16 @@ void bindDocument(py::module_ &module) {
 
     py::class_<teskpf::Node>(module, "Node", "A place in a Document: the document, a block, a list or a value.")
         .def("__bool__", [](const teskpf::Node &n) { return static_cast<bool>(n); })
-        .def("is_block", &teskpf::Node::is_block)
-        .def("is_list", &teskpf::Node::is_list)
-        .def("is_value", &teskpf::Node::is_value)
+        .def("is_block", &teskpf::Node::isBlock)
+        .def("is_list", &teskpf::Node::isList)
+        .def("is_value", &teskpf::Node::isValue)
         .def(
             "member", [](const teskpf::Node &n, const Text &name) { return n[name.bytes]; }, py::keep_alive<0, 1>())
         .def(
             "item", [](const teskpf::Node &n, std::size_t i) { return n[i]; }, py::keep_alive<0, 1>())
         .def("size", &teskpf::Node::size)
         .def("names", &memberNames)
-        .def("key_path", [](const teskpf::Node &n) { return text(n.key_path()); })
+        .def("key_path", [](const teskpf::Node &n) { return text(n.keyPath()); })
         .def("name", [](const teskpf::Node &n) { return text(n.name()); })
         .def("level", &teskpf::Node::level)
         .def("source",
@@ -95,13 +95,13 @@ void bindDocument(py::module_ &module) {
             py::keep_alive<0, 1>());
 
     module.def(
-        "to_integer", [](const Text &value) { return teskpf::to_integer(value.bytes); },
+        "to_integer", [](const Text &value) { return teskpf::toInteger(value.bytes); },
         "The integer a value stands for, as <int> reads it; None if none.");
     module.def(
-        "to_float", [](const Text &value) { return teskpf::to_float(value.bytes); },
+        "to_float", [](const Text &value) { return teskpf::toFloat(value.bytes); },
         "The number a value stands for, as <float> reads it; None if none.");
     module.def(
-        "to_bool", [](const Text &value) { return teskpf::to_bool(value.bytes); },
+        "to_bool", [](const Text &value) { return teskpf::toBool(value.bytes); },
         "True for true/yes/on/1, False for false/no/off/0 (any case); else None.");
 }
 

@@ -35,20 +35,20 @@ std::vector<teskpf::KeyPathComponent> componentsOf(const py::tuple &parts) {
 
 void bindKeyPath(py::module_ &module) {
     module.def(
-        "key_path", [](const py::tuple &parts) { return text(teskpf::format_key_path(componentsOf(parts))); },
+        "key_path", [](const py::tuple &parts) { return text(teskpf::formatKeyPath(componentsOf(parts))); },
         py::arg("key"));
     module.def(
-        "key_path", [](const Text &key) { return text(teskpf::key_path_argument(key.bytes)); }, py::arg("key"),
+        "key_path", [](const Text &key) { return text(teskpf::keyPathArgument(key.bytes)); }, py::arg("key"),
         "The key path of a key: a tuple of names (str) and list positions (int), a key path\n"
         "such as '[\"a\"][0]' as it is, or a top-level name ('a' is '[\"a\"]').");
     module.def(
         "parse_key_path",
         [](const Text &path) {
-            const std::vector<teskpf::KeyPathComponent> components = teskpf::parse_key_path(path.bytes);
+            const std::vector<teskpf::KeyPathComponent> components = teskpf::parseKeyPath(path.bytes);
             py::tuple parts(components.size());
             for (size_t i = 0; i < components.size(); ++i)
-                parts[i] = components[i].is_position() ? py::object(py::int_(components[i].position))
-                                                       : py::object(text(components[i].name));
+                parts[i] = components[i].isPosition() ? py::object(py::int_(components[i].position))
+                                                      : py::object(text(components[i].name));
             return parts;
         },
         py::arg("path"),

@@ -43,7 +43,7 @@ struct Verdicts {
 void collectKeys(const teskpf::Node &node, std::vector<teskpf::Node> &out) {
     for (teskpf::Member member : node) {
         out.push_back(member.node);
-        if (!member.node.is_value()) collectKeys(member.node, out);
+        if (!member.node.isValue()) collectKeys(member.node, out);
     }
 }
 
@@ -76,7 +76,7 @@ std::map<std::string, Verdicts> verdictsOf(const std::string &pfpath, bool with_
     collectKeys(document.root(), keys);
     std::map<std::string, Verdicts> out;
     for (const teskpf::Node &node : keys) {
-        const std::string key = node.key_path();
+        const std::string key = node.keyPath();
         Verdicts &v = out[key];
         const teskpf::Verdict verdict = node.check();
         v.node = verdict.ok;
@@ -89,7 +89,7 @@ std::map<std::string, Verdicts> verdictsOf(const std::string &pfpath, bool with_
         v.explained = explained.annotation;
         v.explained_at = explained.annotation_origin;
         v.get = runTool({"get", "cfg", key, "--check"}, "/", pfpath).status == 0;
-        if (with_set && node.is_value()) {
+        if (with_set && node.isValue()) {
             TempDir scratch;
             const std::string copied = copyLayers(pfpath, scratch.path());
             const std::string file = node.source().file;

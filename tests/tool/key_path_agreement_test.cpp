@@ -42,7 +42,7 @@ TEST(KeyPathAgreement, EveryReaderAcceptsTheSamePaths) {
     const teskpf::Document document = teskpf::Document::loadFile(file);
     for (const Row &row : rows) {
         const bool found = row.expect != "missing";
-        const std::string path = teskpf::key_path_argument(row.key);
+        const std::string path = teskpf::keyPathArgument(row.key);
         EXPECT_EQ(static_cast<bool>(document.find(path)), found) << "Document::find " << row.key;
         const tool_run::ToolRun get = tool_run::runTool({"get", file, row.key}, dir.path(), ".");
         EXPECT_EQ(get.status, found ? 0 : 1) << "teskpf get " << row.key << ": " << get.err;

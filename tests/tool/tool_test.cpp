@@ -158,7 +158,7 @@ TEST_F(Tool, RepeatedSearchPathEntriesReadEachFileOnce) {
         ScopedCwd cwd(dir.path());
         std::string all;
         const teskpf::Document document = teskpf::Document::load("st");
-        all += document.to_string() + "|";
+        all += document.toString() + "|";
         for (const auto &[name, node] : document)
             all += node.source().file + ":" + std::to_string(node.source().line) + " ";
         const TeskPf pf("st", 0);

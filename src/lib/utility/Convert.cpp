@@ -24,19 +24,19 @@ bool equalIgnoringCase(std::string_view text, std::string_view word) {
 
 }  // namespace
 
-std::optional<std::int64_t> to_integer(std::string_view text) {
+std::optional<std::int64_t> toInteger(std::string_view text) {
     if (!isOneField(text)) return std::nullopt;
     std::optional<long long> number = leadingInteger(std::string(text));
     if (!number) return std::nullopt;
     return static_cast<std::int64_t>(*number);
 }
 
-std::optional<double> to_float(std::string_view text) {
+std::optional<double> toFloat(std::string_view text) {
     if (!isOneField(text)) return std::nullopt;
     return leadingFloat(std::string(text));
 }
 
-std::optional<bool> to_bool(std::string_view text) {
+std::optional<bool> toBool(std::string_view text) {
     static constexpr std::array<std::string_view, 4> kTrue{"true", "yes", "on", "1"};
     static constexpr std::array<std::string_view, 4> kFalse{"false", "no", "off", "0"};
     for (std::string_view word : kTrue) {

@@ -73,14 +73,14 @@ Node Document::find(std::string_view key_path) const {
     return found < 0 ? Node() : Node(data_.get(), found);
 }
 
-void Document::on_change(ChangeHook hook) { data_->on_change = std::move(hook); }
+void Document::onChange(ChangeHook hook) { data_->on_change = std::move(hook); }
 
 void Document::set(std::string_view key_path, std::string value) {
     Node node = find(key_path);
-    if (!node.is_value()) throw Error("no value at " + std::string(key_path));
+    if (!node.isValue()) throw Error("no value at " + std::string(key_path));
     if (data_->on_change) data_->on_change(key_path, node.text(), value);
     const int32_t parent = data_->parents[static_cast<size_t>(node.entry_)];
-    const bool list_member = parent >= 0 && Node(data_.get(), parent).is_list();
+    const bool list_member = parent >= 0 && Node(data_.get(), parent).isList();
     std::string problem = valueProblem(value, list_member);
     if (!problem.empty()) {
         Source source = node.source();
@@ -89,10 +89,10 @@ void Document::set(std::string_view key_path, std::string value) {
     data_->edited_values[node.entry_] = std::move(value);
 }
 
-std::string Document::to_string() const {
+std::string Document::toString() const {
     return generateText(data_->store, data_->edited_values, detail::EditedTexts());
 }
 
-void Document::save(const std::string &path) const { saveFile(path, to_string()); }
+void Document::save(const std::string &path) const { saveFile(path, toString()); }
 
 }  // namespace teskpf

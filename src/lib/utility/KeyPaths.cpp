@@ -4,7 +4,7 @@
 
 namespace teskpf {
 
-std::vector<KeyPathComponent> parse_key_path(std::string_view path) {
+std::vector<KeyPathComponent> parseKeyPath(std::string_view path) {
     const syntax::ParsedPath parsed = syntax::parse(path);
     if (!parsed.ok())
         throw KeyPathError("not a key path: expected " + std::string(parsed.error) + " at offset " +
@@ -16,7 +16,7 @@ std::vector<KeyPathComponent> parse_key_path(std::string_view path) {
     return components;
 }
 
-std::string format_key_path(const std::vector<KeyPathComponent> &components) {
+std::string formatKeyPath(const std::vector<KeyPathComponent> &components) {
     std::vector<syntax::Component> viewed;
     viewed.reserve(components.size());
     for (const KeyPathComponent &c : components) {
@@ -29,6 +29,6 @@ std::string format_key_path(const std::vector<KeyPathComponent> &components) {
     return syntax::print(viewed);
 }
 
-std::string key_path_argument(std::string_view key) { return syntax::fromArgument(key); }
+std::string keyPathArgument(std::string_view key) { return syntax::fromArgument(key); }
 
 }  // namespace teskpf

@@ -17,20 +17,20 @@ EntryKind kindOf(const detail::DocumentData &data, int32_t entry) {
 
 }  // namespace
 
-bool Node::is_block() const { return data_ && (entry_ < 0 || kindOf(*data_, entry_) == EntryKind::ArrOpen); }
+bool Node::isBlock() const { return data_ && (entry_ < 0 || kindOf(*data_, entry_) == EntryKind::ArrOpen); }
 
-bool Node::is_list() const { return data_ && entry_ >= 0 && kindOf(*data_, entry_) == EntryKind::TblOpen; }
+bool Node::isList() const { return data_ && entry_ >= 0 && kindOf(*data_, entry_) == EntryKind::TblOpen; }
 
-bool Node::is_value() const { return data_ && entry_ >= 0 && !data_->opensBlock(entry_); }
+bool Node::isValue() const { return data_ && entry_ >= 0 && !data_->opensBlock(entry_); }
 
 Node Node::operator[](std::string_view name) const {
-    if (!is_block()) return {};
+    if (!isBlock()) return {};
     int32_t member = data_->memberNamed(entry_, name);
     return member < 0 ? Node() : Node(data_, member);
 }
 
 Node Node::operator[](std::size_t position) const {
-    if (!data_ || is_value()) return {};
+    if (!data_ || isValue()) return {};
     const std::vector<int32_t> &members = data_->childrenOf(entry_);
     return position < members.size() ? Node(data_, members[position]) : Node();
 }
@@ -38,7 +38,7 @@ Node Node::operator[](std::size_t position) const {
 Node Node::at(std::string_view name) const {
     Node found = (*this)[name];
     if (!found) {
-        std::string path = key_path();
+        std::string path = keyPath();
         appendNamedComponent(path, name);
         throw Error("no key " + path);
     }
@@ -48,7 +48,7 @@ Node Node::at(std::string_view name) const {
 Node Node::at(std::size_t position) const {
     Node found = (*this)[position];
     if (!found) {
-        std::string path = key_path();
+        std::string path = keyPath();
         appendListComponent(path, static_cast<long>(position));
         throw Error("no key " + path);
     }
@@ -57,22 +57,22 @@ Node Node::at(std::size_t position) const {
 
 bool Node::contains(std::string_view name) const { return static_cast<bool>((*this)[name]); }
 
-std::size_t Node::size() const { return data_ && !is_value() ? data_->childrenOf(entry_).size() : 0; }
+std::size_t Node::size() const { return data_ && !isValue() ? data_->childrenOf(entry_).size() : 0; }
 
 MemberIterator Node::begin() const {
-    if (!data_ || is_value()) return {};
+    if (!data_ || isValue()) return {};
     return MemberIterator(data_, data_->childrenOf(entry_).data());
 }
 
 MemberIterator Node::end() const {
-    if (!data_ || is_value()) return {};
+    if (!data_ || isValue()) return {};
     const std::vector<int32_t> &members = data_->childrenOf(entry_);
     return MemberIterator(data_, members.data() + members.size());
 }
 
 Member MemberIterator::operator*() const { return {data_->nameOf(*at_), Node(data_, *at_)}; }
 
-std::string Node::key_path() const {
+std::string Node::keyPath() const {
     return data_ && entry_ >= 0 ? data_->store.keyPath(static_cast<size_t>(entry_)) : std::string();
 }
 
@@ -98,29 +98,29 @@ std::string_view Node::fieldOrEmpty(detail::EntryField which) const {
 }
 
 std::vector<std::string> Node::fields() const {
-    if (!is_value()) return {};
+    if (!isValue()) return {};
     Table<std::string> split = splitFields(text());
     return {split.begin(), split.end()};
 }
 
 template <>
 std::optional<std::int64_t> Node::get<std::int64_t>() const {
-    return is_value() ? to_integer(text()) : std::nullopt;
+    return isValue() ? toInteger(text()) : std::nullopt;
 }
 
 template <>
 std::optional<double> Node::get<double>() const {
-    return is_value() ? to_float(text()) : std::nullopt;
+    return isValue() ? toFloat(text()) : std::nullopt;
 }
 
 template <>
 std::optional<bool> Node::get<bool>() const {
-    return is_value() ? to_bool(text()) : std::nullopt;
+    return isValue() ? toBool(text()) : std::nullopt;
 }
 
 template <>
 std::optional<std::string> Node::get<std::string>() const {
-    if (!is_value()) return std::nullopt;
+    if (!isValue()) return std::nullopt;
     return std::string(text());
 }
 
@@ -134,7 +134,7 @@ Verdict Node::check() const {
         verdict.ok = true;
         return verdict;
     }
-    return detail::verdictOf(data_->annotations.of(static_cast<size_t>(entry_)), key_path(), text(), is_value());
+    return detail::verdictOf(data_->annotations.of(static_cast<size_t>(entry_)), keyPath(), text(), isValue());
 }
 
 }  // namespace teskpf
