@@ -151,9 +151,11 @@ TEST(Editing, OneFieldOfTheLastEqualKeyChangesAndTheCallbackDecidesTheValue) {
          },
          "2", "no", "third!"},
     };
-    for (const auto &[adjust, value, error, stored] : adjustments) {
+    for (const auto &row : adjustments) {
+        const auto &[adjust, value, error, stored] = row;
         pf.adjust = adjust;
-        EXPECT_EQ(thrown([&] { pf.setValue("[\"a\"]", value, 1); }), error);
+        const std::string &set = value;  // a lambda cannot capture a structured binding in C++17
+        EXPECT_EQ(thrown([&] { pf.setValue("[\"a\"]", set, 1); }), error);
         EXPECT_EQ(pf.getValue("[\"a\"]", nullptr, nullptr), stored) << value;
     }
 }

@@ -127,8 +127,8 @@ private:
     friend class Document;
     friend class MemberIterator;
     Node(const detail::DocumentData *data, std::int32_t entry) : data_(data), entry_(entry) {}
-    // Field `which` of the classic entry record; "" for the document and empty nodes.
-    std::string_view fieldOrEmpty(detail::EntryField which) const;
+    // Field `which` of the entry; "" for the document and empty nodes.
+    TESKPF_LOCAL std::string_view fieldOrEmpty(detail::EntryField which) const;
 
     const detail::DocumentData *data_ = nullptr;
     std::int32_t entry_ = -1;  // index of the entry; -1 for the document itself
