@@ -20,9 +20,12 @@ install(TARGETS teskpf
 
 # The modern headers go to include/teskpf/ (#include <teskpf/teskpf.h>). The
 # classic class and what it includes (the containers, the platform headers
-# for pffiles & co.) go to include/teskpf/classic/, which is on consumers'
-# include path too, so that #include <TeskPf.h> keeps working.
-file(GLOB teskpf_platform_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/pf_*.h)
+# for pffiles & co., all from include/) go to include/teskpf/classic/, which
+# is on consumers' include path too, so that #include <TeskPf.h> keeps
+# working. TeskPf.h is the one installed header outside include/: it sits
+# with the classic class in src/lib/utility/, a folder that holds no other
+# header.
+file(GLOB teskpf_platform_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/pf_*.h)
 install(FILES
   ${PROJECT_SOURCE_DIR}/include/Table.h
   ${PROJECT_SOURCE_DIR}/include/Array.h

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "detail/ParsedFile.h"
+#include "parsing/ParsedFile.h"
 
 namespace edit_invariant {
 

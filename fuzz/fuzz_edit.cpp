@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "detail/ParsedFile.h"
 #include "edit_invariant.h"
+#include "parsing/ParsedFile.h"
 #include "teskpf/editor.h"
 #include "teskpf/error.h"
 

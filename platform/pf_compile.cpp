@@ -3,9 +3,9 @@
 #include <string>
 #include <string_view>
 
-#include "detail/BlockSyntax.h"
-#include "detail/LineLexer.h"
 #include "internal/pf_tree.h"
+#include "syntax/BlockSyntax.h"
+#include "syntax/LineLexer.h"
 
 namespace {
 

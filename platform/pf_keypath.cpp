@@ -1,6 +1,6 @@
 // Lookup of a node by key path, read by the key-path syntax's parser.
-#include "detail/KeyPathSyntax.h"
 #include "internal/pf_tree.h"
+#include "syntax/KeyPathSyntax.h"
 
 extern "C" Pf *pfget(Pf *pf, const char *keypath) {
     if (!keypath) return nullptr;

@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "../fuzz/edit_invariant.h"
-#include "detail/ParsedFile.h"
+#include "parsing/ParsedFile.h"
 #include "teskpf/editor.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"

@@ -10,8 +10,8 @@
 #include <iterator>
 #include <optional>
 
-#include "detail/KeyPathSyntax.h"
-#include "detail/ParsedFile.h"
+#include "parsing/ParsedFile.h"
+#include "syntax/KeyPathSyntax.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // One line split into key, value, comment and annotation, and trimming.
 #include <gtest/gtest.h>
 
-#include "detail/LineLexer.h"
 #include "support/Reference.h"
+#include "syntax/LineLexer.h"
 #include "test_support.h"
 
 // Lines as the block parser hands them over (inside a list block or not), and

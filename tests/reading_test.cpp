@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include "detail/ConstraintParser.h"
-#include "detail/HomeDirectory.h"
+#include "files/HomeDirectory.h"
 #include "support/Reference.h"
+#include "syntax/ConstraintParser.h"
 #include "test_support.h"
 
 using namespace test_support;

@@ -4,8 +4,8 @@
 
 #include <sys/stat.h>
 
-#include "detail/AnnotationInEffect.h"
-#include "detail/ReadFile.h"
+#include "parsing/ReadFile.h"
+#include "store/AnnotationInEffect.h"
 
 namespace teskpf {
 

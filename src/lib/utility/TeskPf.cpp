@@ -5,13 +5,13 @@
 #include <cstring>
 #include <memory>
 
-#include "detail/EntryStore.h"
-#include "detail/FileSearch.h"
-#include "detail/HomeDirectory.h"
-#include "detail/KeyPath.h"
-#include "detail/LineLexer.h"
-#include "detail/TextGenerator.h"
-#include "detail/ValueCheck.h"
+#include "checks/ValueCheck.h"
+#include "files/FileSearch.h"
+#include "files/HomeDirectory.h"
+#include "generating/TextGenerator.h"
+#include "store/EntryStore.h"
+#include "syntax/KeyPath.h"
+#include "syntax/LineLexer.h"
 #include "teskpf/error.h"
 #include "teskpf/save.h"
 

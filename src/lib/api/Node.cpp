@@ -1,0 +1,140 @@
+#include <teskpf/node.h>
+
+#include <teskpf/convert.h>
+#include <teskpf/error.h>
+
+#include "api/DocumentData.h"
+#include "checks/ValueCheck.h"
+#include "syntax/KeyPath.h"
+
+namespace teskpf {
+
+namespace {
+
+EntryKind kindOf(const detail::DocumentData &data, int32_t entry) {
+    return data.store.entryOf(static_cast<size_t>(entry)).kind;
+}
+
+}  // namespace
+
+bool Node::isBlock() const { return data_ && (entry_ < 0 || kindOf(*data_, entry_) == EntryKind::ArrOpen); }
+
+bool Node::isList() const { return data_ && entry_ >= 0 && kindOf(*data_, entry_) == EntryKind::TblOpen; }
+
+bool Node::isValue() const { return data_ && entry_ >= 0 && !data_->opensBlock(entry_); }
+
+Node Node::operator[](std::string_view name) const {
+    if (!isBlock()) return {};
+    int32_t member = data_->memberNamed(entry_, name);
+    return member < 0 ? Node() : Node(data_, member);
+}
+
+Node Node::operator[](std::size_t position) const {
+    if (!data_ || isValue()) return {};
+    const std::vector<int32_t> &members = data_->childrenOf(entry_);
+    return position < members.size() ? Node(data_, members[position]) : Node();
+}
+
+Node Node::at(std::string_view name) const {
+    Node found = (*this)[name];
+    if (!found) {
+        std::string path = keyPath();
+        appendNamedComponent(path, name);
+        throw Error("no key " + path);
+    }
+    return found;
+}
+
+Node Node::at(std::size_t position) const {
+    Node found = (*this)[position];
+    if (!found) {
+        std::string path = keyPath();
+        appendListComponent(path, static_cast<long>(position));
+        throw Error("no key " + path);
+    }
+    return found;
+}
+
+bool Node::contains(std::string_view name) const { return static_cast<bool>((*this)[name]); }
+
+std::size_t Node::size() const { return data_ && !isValue() ? data_->childrenOf(entry_).size() : 0; }
+
+MemberIterator Node::begin() const {
+    if (!data_ || isValue()) return {};
+    return MemberIterator(data_, data_->childrenOf(entry_).data());
+}
+
+MemberIterator Node::end() const {
+    if (!data_ || isValue()) return {};
+    const std::vector<int32_t> &members = data_->childrenOf(entry_);
+    return MemberIterator(data_, members.data() + members.size());
+}
+
+Member MemberIterator::operator*() const { return {data_->nameOf(*at_), Node(data_, *at_)}; }
+
+std::string Node::keyPath() const {
+    return data_ && entry_ >= 0 ? data_->store.keyPath(static_cast<size_t>(entry_)) : std::string();
+}
+
+std::string_view Node::name() const { return data_ && entry_ >= 0 ? data_->nameOf(entry_) : std::string_view(); }
+
+int Node::level() const { return data_ && entry_ >= 0 ? data_->store.entryOf(static_cast<size_t>(entry_)).level : -1; }
+
+Source Node::source() const {
+    if (!data_ || entry_ < 0) return {};
+    const size_t at = static_cast<size_t>(entry_);
+    return {data_->store.fileOf(at).name(), static_cast<long>(data_->store.entryOf(at).line) + 1};
+}
+
+std::string_view Node::comment() const { return fieldOrEmpty(detail::EntryField::Comment); }
+
+std::string_view Node::annotation() const { return fieldOrEmpty(detail::EntryField::Constraints); }
+
+std::string_view Node::text() const { return fieldOrEmpty(detail::EntryField::Value); }
+
+std::string_view Node::fieldOrEmpty(detail::EntryField which) const {
+    if (!data_ || entry_ < 0) return {};
+    return data_->field(entry_, which);
+}
+
+std::vector<std::string> Node::fields() const {
+    if (!isValue()) return {};
+    Table<std::string> split = splitFields(text());
+    return {split.begin(), split.end()};
+}
+
+template <>
+std::optional<std::int64_t> Node::get<std::int64_t>() const {
+    return isValue() ? toInteger(text()) : std::nullopt;
+}
+
+template <>
+std::optional<double> Node::get<double>() const {
+    return isValue() ? toFloat(text()) : std::nullopt;
+}
+
+template <>
+std::optional<bool> Node::get<bool>() const {
+    return isValue() ? toBool(text()) : std::nullopt;
+}
+
+template <>
+std::optional<std::string> Node::get<std::string>() const {
+    if (!isValue()) return std::nullopt;
+    return std::string(text());
+}
+
+Verdict Node::check() const {
+    Verdict verdict;
+    if (!data_) {
+        verdict.message = "no such key";
+        return verdict;
+    }
+    if (entry_ < 0) {
+        verdict.ok = true;
+        return verdict;
+    }
+    return detail::verdictOf(data_->annotations.of(static_cast<size_t>(entry_)), keyPath(), text(), isValue());
+}
+
+}  // namespace teskpf

@@ -1,0 +1,49 @@
+// Turns entries back into parameter-file text.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "store/EditedTexts.h"
+
+namespace teskpf {
+
+// One entry as the generator sees it.
+struct TextLine {
+    int level = 0;          // nesting depth; below 0 is written at the top level
+    bool revision = false;  // the top-level "pf_revision_time" entry
+    std::string_view key;   // the key as written on its line (see writtenKey)
+    std::string_view value;
+    std::string_view comment;
+    std::string_view constraints;
+};
+
+// Builds the text line by line: one line per entry, indented with one tab per
+// level, the closing lines of blocks derived from the levels, and, when a
+// revision entry was added, a fresh "pf_revision_time<TAB><now>" line last.
+class TextWriter {
+public:
+    void add(const TextLine &line);
+    // The text; the writer is empty afterwards.
+    std::string finish();
+
+private:
+    void closeBlocks(int level);
+
+    std::string out;
+    std::string revision;
+    std::string comment_buffer;
+    int depth = 0;
+};
+
+namespace detail {
+class Store;
+}
+
+// The text of a store's merged entries, with the edited values and comments
+// in place of what the files hold: what TeskPf::write and Document::save
+// write.
+std::string generateText(const detail::Store &store, const detail::EditedTexts &values,
+                         const detail::EditedTexts &comments);
+
+}  // namespace teskpf
