@@ -27,6 +27,8 @@ Command setCommand();
 Command unsetCommand();
 Command fmtCommand();
 Command keysCommand();
+Command exportCommand();
+Command importCommand();
 Command filesCommand();
 Command helpCommand();
 

@@ -13,14 +13,10 @@ enum class OutputFormat { Text, Json, Github };
 
 // Text: "FILE:LINE:COLUMN: error: MESSAGE [rule]" per line. Json: one array
 // of objects (file, line, column, severity, rule, message, key), valid JSON
-// whatever bytes the texts hold. Github: "::error file=...,line=...,col=...::MESSAGE".
+// whatever bytes the texts hold (invalid UTF-8 as U+FFFD). Github: "::error file=...,line=...,col=...::MESSAGE".
 void printDiagnostics(const std::vector<teskpf::Diagnostic> &diagnostics, OutputFormat format, std::ostream &out);
 
 // "3 errors, 2 warnings in 4 files", or "ok: 4 files, no problems".
 std::string summaryLine(size_t errors, size_t warnings, size_t files);
-
-// `text` as a JSON string literal: control bytes as \u00XX, each byte of
-// invalid UTF-8 as U+FFFD.
-std::string jsonString(const std::string &text);
 
 }  // namespace teskpf_tool

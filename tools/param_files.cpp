@@ -14,6 +14,11 @@ TeskPf loadParameterFile(const std::string &name) {
     return TeskPf(name, 0);
 }
 
+teskpf::Document loadDocument(const std::string &name) {
+    if (teskpf::parameterFiles(name).empty()) throwNoParameterFile(name);
+    return teskpf::Document::load(name);
+}
+
 std::string sourceFile(const std::string &source) { return source.substr(0, source.rfind(':')); }
 
 namespace {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <TeskPf.h>
+#include <teskpf/document.h>
 
 namespace teskpf_tool {
 
@@ -15,6 +16,10 @@ namespace teskpf_tool {
 // Loads `name` with the library. Throws ToolError (exit 2) when the name
 // resolves to no file; the library's own errors (std::string) pass through.
 TeskPf loadParameterFile(const std::string &name);
+
+// Loads `name` as a teskpf::Document, with the same errors as
+// loadParameterFile.
+teskpf::Document loadDocument(const std::string &name);
 
 // The file part of an entry's source "file:line".
 std::string sourceFile(const std::string &source);

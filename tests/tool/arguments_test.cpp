@@ -165,7 +165,7 @@ const std::vector<std::pair<std::string, Reader>> &readers() {
         {"teskpf check",
          [](const Row &row, const std::string &dir) {
              std::vector<std::string> paths;
-             const std::string key = "{\"file\": \"";
+             const std::string key = "\"file\": \"";
              const std::string out = toolOut({"check", "--format", "json", row.argument}, row, dir);
              for (size_t at = out.find(key); at != std::string::npos; at = out.find(key, at + 1)) {
                  const size_t start = at + key.size();

@@ -1,0 +1,88 @@
+#include "json_output.h"
+
+#include <cmath>
+#include <set>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <teskpf/convert.h>
+
+namespace teskpf_tool {
+
+namespace {
+
+// One field converted as the annotation's type reads it; the text when it
+// does not convert or has no JSON number (inf, nan).
+Json typedField(const std::string &field, teskpf::ValueType type) {
+    if (type == teskpf::ValueType::Int) {
+        if (auto number = teskpf::toInteger(field)) return *number;
+    } else if (type == teskpf::ValueType::Float) {
+        if (auto number = teskpf::toFloat(field); number && std::isfinite(*number)) return *number;
+    }
+    return field;
+}
+
+// The value as Python's typed reading gives it: the text unless it passes
+// the annotation in effect; one field as a scalar, several as an array.
+Json typedValue(const teskpf::Node &node) {
+    const teskpf::Verdict verdict = node.check();
+    if (!verdict.ok || verdict.types.empty()) return std::string(node.text());
+    const std::vector<std::string> fields = node.fields();
+    Json converted = Json::array();
+    for (size_t i = 0; i < fields.size() && i < verdict.types.size(); ++i)
+        converted.push_back(typedField(fields[i], verdict.types[i]));
+    if (converted.size() == 1) return converted[0];
+    return converted;
+}
+
+// A value, or the empty object or array that its members fill.
+Json start(const teskpf::Node &node, const JsonOptions &options) {
+    if (node.isBlock()) return Json::object();
+    if (node.isList()) return Json::array();
+    Json value = options.typed ? typedValue(node) : Json(std::string(node.text()));
+    if (!options.with_origin) return value;
+    const teskpf::Source source = node.source();
+    return Json{{"value", std::move(value)}, {"file", source.file}, {"line", source.line}};
+}
+
+}  // namespace
+
+JsonOptions jsonOptions(const CommandLine &line) { return {line.has("--typed"), line.has("--with-origin")}; }
+
+Json nodeJson(const teskpf::Node &node, const JsonOptions &options) {
+    Json result = start(node, options);
+    // Each container gets all its slots before any is descended into, so the
+    // pointers taken into it stay valid.
+    std::vector<std::pair<teskpf::Node, Json *>> pending{{node, &result}};
+    while (!pending.empty()) {
+        auto [parent, filled] = pending.back();
+        pending.pop_back();
+        if (!filled->is_object() && !filled->is_array()) continue;
+        std::vector<teskpf::Node> children;
+        for (const teskpf::Member &member : parent) {
+            if (filled->is_object())
+                (*filled)[std::string(member.name)] = start(member.node, options);
+            else
+                filled->push_back(start(member.node, options));
+            children.push_back(member.node);
+        }
+        // A repeated name keeps the last member's value: only that one is
+        // descended into.
+        std::set<std::string_view> seen;
+        for (size_t i = children.size(); i-- > 0;) {
+            const teskpf::Node &child = children[i];
+            if (filled->is_object() && !seen.insert(child.name()).second) continue;
+            if (!child.isBlock() && !child.isList()) continue;
+            Json *slot = filled->is_object() ? &(*filled)[std::string(child.name())] : &(*filled)[i];
+            pending.emplace_back(child, slot);
+        }
+    }
+    return result;
+}
+
+void printJson(const Json &json, std::ostream &out) {
+    out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+}  // namespace teskpf_tool
