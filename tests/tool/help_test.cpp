@@ -114,6 +114,6 @@ TEST(Help, BashCompletionIsTheGeneratedOneAndOffersEveryCommand) {
     EXPECT_EQ(completions("teskpf \"\""), all + "--help\n--version\n");
     EXPECT_EQ(completions("teskpf help \"\""), all);
     EXPECT_EQ(completions("teskpf s"), "show\nset\n");
-    EXPECT_EQ(completions("teskpf keys x --"), "--perl\n--table\n--help\n");
+    EXPECT_EQ(completions("teskpf keys x --"), "--perl\n--table\n--json\n--help\n");
     EXPECT_EQ(completions("teskpf get x \"\""), "\n");  // nothing: bash falls back to file names
 }

@@ -74,7 +74,7 @@ TEST_F(Tool, CommandsReadingFiles) {
         {{"get", "good", "name", "--check", "--check"},
          "2||teskpf: get: option '--check' given twice (see 'teskpf get --help')\n"},
         {{"keys", "good", "--perl", "--table"},
-         "2||teskpf: keys: choose one of --perl and --table (see 'teskpf keys --help')\n"},
+         "2||teskpf: keys: choose one of --perl, --table and --json (see 'teskpf keys --help')\n"},
         {{"set", "good", "name", "two\nlines"}, "2||teskpf: set: VALUE must be one line (see 'teskpf set --help')\n"},
         {{"show", "good", "[\"chan\"][0]"}, "0|./good.pf:4; 1; [\"chan\"][0]; HHZ; ; \n|"},
         {{"show", "good", "nokey"}, "1||teskpf: no key [\"nokey\"] in 'good'\n"},
