@@ -55,16 +55,25 @@ CommandLine parseCommandLine(const std::vector<std::string> &args, const Command
             line.positional.push_back(arg);
             continue;
         }
-        const OptionSyntax *option = findOption(syntax, arg);
-        if (!option) throw UsageError(command + ": unknown option '" + arg + "'", command);
-        if (line.has(arg)) throw UsageError(command + ": option '" + arg + "' given twice", command);
+        // "--opt=value" is "--opt value".
+        const size_t equals = arg.rfind("--", 0) == 0 ? arg.find('=') : std::string::npos;
+        const std::string name = arg.substr(0, equals);
+        const OptionSyntax *option = findOption(syntax, name);
+        if (!option) throw UsageError(command + ": unknown option '" + name + "'", command);
+        if (line.has(name)) throw UsageError(command + ": option '" + name + "' given twice", command);
         std::string value;
         if (option->takes_value) {
-            if (i + 1 >= args.size()) throw UsageError(command + ": option '" + arg + "' needs a value", command);
-            value = args[++i];
+            if (equals != std::string::npos)
+                value = arg.substr(equals + 1);
+            else if (i + 1 >= args.size())
+                throw UsageError(command + ": option '" + name + "' needs a value", command);
+            else
+                value = args[++i];
             if (option->names_file) value = teskpf::homeExpanded(value);
+        } else if (equals != std::string::npos) {
+            throw UsageError(command + ": option '" + name + "' takes no value", command);
         }
-        line.options[arg] = value;
+        line.options[name] = value;
     }
 
     const size_t count = line.positional.size();

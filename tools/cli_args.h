@@ -38,7 +38,8 @@ bool wantsHelp(const std::vector<std::string> &args);
 
 // Splits `args` according to `syntax`. An argument that starts with "-" is an
 // option unless it is "-" itself, looks like a negative number ("-3", "-.5")
-// or follows "--". Throws UsageError (pointing to `command`'s help) for
+// or follows "--". An option's value is the next argument, or follows "="
+// in the same one ("--format=json"). Throws UsageError (pointing to `command`'s help) for
 // unknown options, a missing option value, a repeated option and too few or
 // too many positional arguments. The value of an option that names a file
 // has its leading "~" expanded as the library expands NAME (teskpf::Error

@@ -19,7 +19,7 @@ int printJsonValue(const CommandLine &line) {
     const teskpf::Document document = loadDocument(name);
     const std::string key = keyPathArgument(line.positional[1]);
     const teskpf::Node node = document.find(key);
-    if (!node) throw ToolError("no key " + key + " in '" + name + "'", kExitFailed);
+    if (!node) requireEntry(loadParameterFile(name), key, name);  // throws, naming the nearest keys
     printJson(nodeJson(node, jsonOptions(line)), std::cout);
     if (!line.has("--check")) return kExitOk;
     const teskpf::Verdict verdict = node.check();

@@ -48,8 +48,17 @@ TESKPF_API std::vector<KeyPathComponent> parseKeyPath(std::string_view path);
 TESKPF_API std::string formatKeyPath(const std::vector<KeyPathComponent> &components);
 
 // The key path a KEY argument of the tool (or a str key in Python) stands
-// for: text starting with "[" is a key path as it is (not checked); any
-// other text names a top-level key, "gain" meaning ["gain"].
+// for, in any of its forms: a key path as it is (["database"]["port"]), the
+// brace form `teskpf keys --perl` prints ({database}{port}, {servers}[0]),
+// the dotted shorthand (database.port, servers[0].name) for names without
+// '.', '[', '{', ']' or blanks, and any other text as a top-level key
+// ("gain" means ["gain"]). Throws KeyPathError, with the byte offset of the
+// first error, for text in none of these forms, e.g. [database][port].
+TESKPF_API std::string parseKeyArgument(std::string_view key);
+
+// parseKeyArgument, never throwing: text starting with "[" is taken as it is
+// (not checked), and a malformed brace or dotted form names the top-level
+// key of that whole text.
 TESKPF_API std::string keyPathArgument(std::string_view key);
 
 }  // namespace teskpf

@@ -77,7 +77,7 @@ TEST_F(Tool, CommandsReadingFiles) {
          "2||teskpf: keys: choose one of --perl, --table and --json (see 'teskpf keys --help')\n"},
         {{"set", "good", "name", "two\nlines"}, "2||teskpf: set: VALUE must be one line (see 'teskpf set --help')\n"},
         {{"show", "good", "[\"chan\"][0]"}, "0|./good.pf:4; 1; [\"chan\"][0]; HHZ; ; \n|"},
-        {{"show", "good", "nokey"}, "1||teskpf: no key [\"nokey\"] in 'good'\n"},
+        {{"show", "good", "nokey"}, "1||teskpf: no key [\"nokey\"] in 'good' (did you mean [\"note\"]?)\n"},
         {{"get", "good", "note"}, "0|a#b\n|"},
         {{"get", "good", "[\"chan\"][1][\"gain\"]", "--check"}, "0|1 2.5\n|"},
         {{"get", "broken", "rate", "--check"}, "1|fast\n|teskpf: [\"rate\"]: fast does not satisfy <float>\n"},
@@ -85,7 +85,8 @@ TEST_F(Tool, CommandsReadingFiles) {
          "1|BHZ\n|teskpf: [\"chan\"][0]: BHZ does not satisfy <str>(HHZ HHN)\n"},
         // check reports the annotation that does not parse, and so does get --check.
         {{"get", "broken", "odd", "--check"}, "1|7\n|teskpf: [\"odd\"]: cannot parse constraints '<bogus>'\n"},
-        {{"get", "good", "[\"chan\"][9]"}, "1||teskpf: no key [\"chan\"][9] in 'good'\n"},
+        {{"get", "good", "[\"chan\"][9]"},
+         "1||teskpf: no key [\"chan\"][9] in 'good' (did you mean [\"chan\"][0], [\"chan\"][1], [\"chan\"]?)\n"},
         {{"check", "good"}, "0||ok: 1 file, no problems\n"},
         {{"check", "good", "broken"}, std::string("1|") + kBrokenReport + "|4 errors, 0 warnings in 2 files\n"},
         {{"check", "nope", "broken"},  // goes on after an error
@@ -96,6 +97,27 @@ TEST_F(Tool, CommandsReadingFiles) {
         {{"keys", "good", "--table"},
          "0|\"name\"\n\"note\"\n\"chan\"\n\"chan\"\t0\n\"chan\"\t1\n\"chan\"\t1\t\"gain\"\n|"},
         {{"set", "good", "nokey", "1"}, "1||teskpf: no key [\"nokey\"] in 'good'\n"},
+        // Key paths people type: the brace form keys --perl prints, the dotted
+        // shorthand, options with "=", malformed paths and near misses.
+        {{"get", "good", "{chan}[1]{gain}"}, "0|1 2.5\n|"},
+        {{"get", "good", "chan[1].gain"}, "0|1 2.5\n|"},
+        {{"get", "good", "chan[0]"}, "0|HHZ\n|"},
+        {{"get", "good", "[chan][0]"},
+         "2||teskpf: KEY '[chan][0]' is not a key path: expected a list position (decimal digits) or a quoted name at "
+         "column 2 (see 'teskpf --help')\n"},
+        {{"get", "good", "chan..gain"},
+         "2||teskpf: KEY 'chan..gain' is not a key path: expected a name (without '.', '[', '{', ']' or blanks) at "
+         "column 6 (see 'teskpf --help')\n"},
+        {{"get", "good", "{chan"},
+         "2||teskpf: KEY '{chan' is not a key path: expected \"}\" closing the name at column 6 (see 'teskpf "
+         "--help')\n"},
+        {{"get", "good", "nane"}, "1||teskpf: no key [\"nane\"] in 'good' (did you mean [\"name\"], [\"note\"]?)\n"},
+        {{"get", "good", "chan[1].gian"},
+         "1||teskpf: no key [\"chan\"][1][\"gian\"] in 'good' (did you mean [\"chan\"][1][\"gain\"]?)\n"},
+        {{"check", "--format=json", "-q", "good"}, "0|[]\n|"},
+        {{"keys", "good", "--perl=yes"},
+         "2||teskpf: keys: option '--perl' takes no value (see 'teskpf keys --help')\n"},
+        {{"show", "good", "--frob=1"}, "2||teskpf: show: unknown option '--frob' (see 'teskpf show --help')\n"},
         {{"set", "good", "chan", "1"}, "2||teskpf: set: [\"chan\"] is a block; only plain values can be set\n"},
     };
     for (const auto &[args, expected] : cases) EXPECT_EQ(run(args), expected) << args.size();

@@ -29,6 +29,15 @@ std::string formatKeyPath(const std::vector<KeyPathComponent> &components) {
     return syntax::print(viewed);
 }
 
+std::string parseKeyArgument(std::string_view key) {
+    syntax::ArgumentPath read = syntax::readArgument(key);
+    if (!read.ok())
+        throw KeyPathError(
+            "not a key path: expected " + std::string(read.error) + " at offset " + std::to_string(read.error_offset),
+            read.error_offset);
+    return std::move(read.path);
+}
+
 std::string keyPathArgument(std::string_view key) { return syntax::fromArgument(key); }
 
 }  // namespace teskpf

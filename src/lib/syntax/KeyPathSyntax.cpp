@@ -137,8 +137,96 @@ std::string print(const std::vector<Component> &components) {
     return path;
 }
 
+namespace {
+
+bool endsDottedName(char c) { return c == '.' || c == kPositionOpen || c == '{' || c == ']' || c == ' ' || c == '\t'; }
+
+// Reads "[n]" components at `at` into `path`; false (with the error set) when
+// one is malformed.
+bool readPositions(std::string_view key, size_t &at, std::string &path, ArgumentPath &read) {
+    while (at < key.size() && key[at] == kPositionOpen) {
+        const PositionRead position = readPosition(key, at);
+        if (!position.error.empty()) {
+            read.error_offset = position.error_offset;
+            read.error = position.error;
+            return false;
+        }
+        appendListComponent(path, position.position);
+        at = position.end;
+    }
+    return true;
+}
+
+// {name}{name}[n]...: a name runs to the first "}".
+void readBraces(std::string_view key, ArgumentPath &read) {
+    size_t at = 0;
+    while (at < key.size()) {
+        if (key[at] == '{') {
+            const size_t close = key.find('}', at + 1);
+            if (close == std::string_view::npos) {
+                read.error_offset = key.size();
+                read.error = "\"}\" closing the name";
+                return;
+            }
+            appendNamedComponent(read.path, key.substr(at + 1, close - at - 1));
+            at = close + 1;
+        } else if (key[at] == kPositionOpen) {
+            if (!readPositions(key, at, read.path, read)) return;
+        } else {
+            read.error_offset = at;
+            read.error = "\"{\" opening a name or \"[\" opening a list position";
+            return;
+        }
+    }
+}
+
+// name[n].name[n]...: names without '.', '[', '{', ']' or blanks.
+void readDotted(std::string_view key, ArgumentPath &read) {
+    size_t at = 0;
+    while (true) {
+        const size_t begin = at;
+        while (at < key.size() && !endsDottedName(key[at])) ++at;
+        if (at == begin) {
+            read.error_offset = at;
+            read.error = "a name (without '.', '[', '{', ']' or blanks)";
+            return;
+        }
+        appendNamedComponent(read.path, key.substr(begin, at - begin));
+        if (!readPositions(key, at, read.path, read)) return;
+        if (at == key.size()) return;
+        if (key[at] != '.') {
+            read.error_offset = at;
+            read.error = "\".\" before the next name, \"[\" or the end";
+            return;
+        }
+        ++at;
+    }
+}
+
+}  // namespace
+
+ArgumentPath readArgument(std::string_view key) {
+    ArgumentPath read;
+    if (!key.empty() && key[0] == kPositionOpen) {
+        read.path = std::string(key);
+        const ParsedPath parsed = parse(key);
+        read.error_offset = parsed.error_offset;
+        read.error = parsed.error;
+    } else if (!key.empty() && key[0] == '{') {
+        readBraces(key, read);
+    } else if (key.find_first_of(".[{") != std::string_view::npos) {
+        readDotted(key, read);
+    } else {
+        appendNamedComponent(read.path, key);
+    }
+    return read;
+}
+
 std::string fromArgument(std::string_view key) {
     if (!key.empty() && key[0] == kPositionOpen) return std::string(key);
+    ArgumentPath read = readArgument(key);
+    if (read.ok()) return std::move(read.path);
+    // Not a shorthand: the whole text names a top-level key, as before.
     std::string path;
     appendNamedComponent(path, key);
     return path;

@@ -54,9 +54,22 @@ ParsedPath parse(std::string_view path);
 // written as they are, nothing is quoted or escaped.
 std::string print(const std::vector<Component> &components);
 
-// What a command-line KEY argument stands for: text starting with "[" is a
-// key path as it is; any other text names a top-level key ("gain" is
-// ["gain"]).
+// What a KEY argument stands for, or where it is malformed. The forms:
+// a key path as it is (["a"]["b"][0], checked by parse); the brace form that
+// `keys --perl` prints ({a}{b}[0], a name running to the first "}"); the
+// dotted shorthand a.b[0].c for names without '.', '[', '{', ']' or blanks;
+// any other text names a top-level key ("gain" is ["gain"]).
+struct ArgumentPath {
+    std::string path;
+    size_t error_offset = std::string_view::npos;  // byte offset of the first error
+    std::string_view error;                        // what was expected there; empty when read
+    bool ok() const { return error.empty(); }
+};
+ArgumentPath readArgument(std::string_view key);
+
+// The key path of readArgument, leniently: text starting with "[" is a key
+// path as it is (not checked), and a malformed brace or dotted form names
+// the top-level key of that whole text.
 std::string fromArgument(std::string_view key);
 
 // ---- The printer, one component at a time ------------------------------
