@@ -133,3 +133,36 @@ TEST(KeyPathSyntax, RoundTripOverTestData) {
 }
 
 }  // namespace
+
+// The forms a KEY argument may take, and where a malformed one goes wrong.
+TEST(KeyPathSyntax, ArgumentForms) {
+    const std::pair<std::string_view, std::string_view> read[] = {
+        {"gain", R"(["gain"])"},
+        {R"(q"]b)", R"(["q"]b"])"},
+        {R"(["a"][0]["b"])", R"(["a"][0]["b"])"},
+        {"{a}[0]{b}", R"(["a"][0]["b"])"},
+        {"{a.b}{c d}", R"(["a.b"]["c d"])"},
+        {"a.b", R"(["a"]["b"])"},
+        {"servers[0].name", R"(["servers"][0]["name"])"},
+        {"l[1][2]", R"(["l"][1][2])"},
+    };
+    for (auto [argument, path] : read) {
+        EXPECT_EQ(teskpf::parseKeyArgument(argument), path) << argument;
+        EXPECT_EQ(teskpf::keyPathArgument(argument), path) << argument;
+    }
+    const std::pair<std::string_view, size_t> malformed[] = {
+        {"[a][b]", 1}, {"a..b", 2}, {"a.", 2},   {".a", 0},    {"a[x]", 2},    {"a[01]", 2},
+        {"a b.c", 1},  {"{a", 2},   {"{a}b", 3}, {"a[0]b", 4}, {R"(["a")", 4},
+    };
+    for (auto [argument, offset] : malformed) {
+        try {
+            teskpf::parseKeyArgument(argument);
+            ADD_FAILURE() << argument << ": no error";
+        } catch (const teskpf::KeyPathError &error) {
+            EXPECT_EQ(error.offset(), offset) << argument << ": " << error.what();
+        }
+    }
+    // Leniently, a malformed shorthand is the top-level key of the whole text.
+    EXPECT_EQ(teskpf::keyPathArgument("a..b"), R"(["a..b"])");
+    EXPECT_EQ(teskpf::keyPathArgument("[nonsense"), "[nonsense");
+}
