@@ -1,7 +1,8 @@
-// teskpf check [--format text|json|github] [--strict] NAME|FILE|DIR...: the linter.
+// teskpf check [--format text|json|github] [--strict] NAME|FILE|DIR|-...: the linter.
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 
 #include <teskpf/diagnostics.h>
 #include <teskpf/error.h>
@@ -36,6 +37,10 @@ std::vector<std::string> parameterFilesBelow(const std::string &dir) {
 // layered; or, for a directory, each *.pf file below it alone. Adds the
 // files checked to `files`.
 std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, size_t &files) {
+    if (arg == "-") {
+        ++files;
+        return teskpf::checkText(std::string(std::istreambuf_iterator<char>(std::cin), {}), "<stdin>");
+    }
     std::error_code ignored;
     if (fs::is_directory(arg, ignored)) {
         std::vector<teskpf::Diagnostic> all;
@@ -91,7 +96,7 @@ int runCheck(const CommandLine &line) {
 
 Command checkCommand() {
     return {"check",
-            "check [--format text|json|github] [--strict] [-q] NAME|DIR...",
+            "check [--format text|json|github] [--strict] [-q] NAME|DIR|-...",
             "lint parameter files: layout, annotations and values",
             "Reports what reading passes over silently (a stray '}', a block left\n"
             "open, text after a brace, a key defined twice, an annotation that does\n"
@@ -102,6 +107,7 @@ Command checkCommand() {
             "        layered: ./FILE.pf or dir/FILE.pf is that file alone\n"
             "  DIR   an existing directory: every *.pf file below it, each alone,\n"
             "        in sorted order\n"
+            "  -     standard input, read alone and reported as <stdin>\n"
             "Formats (--format): text (FILE:LINE:COLUMN: error|warning: MESSAGE\n"
             "[rule], 1-based), json (one array of objects) or github (workflow\n"
             "annotations). A summary goes to standard error (\"ok: N files, no\n"

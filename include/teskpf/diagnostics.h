@@ -36,6 +36,10 @@ TESKPF_API std::size_t utf8SequenceLength(std::string_view text, std::size_t at)
 // Checks the file at `path` read alone. Throws IoError when it cannot be read.
 TESKPF_API std::vector<Diagnostic> checkFile(const std::string &path);
 
+// Checks the parameter-file text `text` read alone (standard input, say);
+// the diagnostics name the file `name`.
+TESKPF_API std::vector<Diagnostic> checkText(std::string_view text, const std::string &name);
+
 // Checks every file of the parameter-file name `name` along PFPATH ("~"
 // expanded), and the values in effect once they are layered. Throws IoError
 // when the name resolves to no file or a file cannot be read.

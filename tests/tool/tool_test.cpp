@@ -278,3 +278,20 @@ TEST_F(Tool, FileOptionsExpandTheHomeDirectory) {
     EXPECT_EQ(readText(home + "/set.pf").find("note"), std::string::npos);
     EXPECT_EQ(get("good.pf"), kGood);
 }
+
+// "-" reads standard input for check and import.
+TEST(StandardInput, CheckAndImportReadIt) {
+    const auto piped = [](const std::string &input, const std::string &args) {
+        const std::string command = "printf '" + input + "' | '" TESKPF_TOOL "' " + args + " 2>&1";
+        FILE *pipe = popen(command.c_str(), "r");
+        std::string out;
+        char buffer[256];
+        for (size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, got);
+        const int status = pclose(pipe);
+        return std::to_string(WEXITSTATUS(status)) + "|" + out;
+    };
+    EXPECT_EQ(piped("rate x #<int>\\n", "check -q -"),
+              "1|<stdin>:1:6: error: value 'x' does not satisfy '<int>'; change the value or the annotation "
+              "[value-mismatch]\n");
+    EXPECT_EQ(piped("{\"a\": [\"b\"]}", "import -"), "0|a &Tbl{\n\tb\n}\n");
+}

@@ -76,6 +76,10 @@ std::vector<Diagnostic> checkLayers(const Layers &layers) {
 
 std::vector<Diagnostic> checkFile(const std::string &path) { return checkLayers(Layers::ofFile(path)); }
 
+std::vector<Diagnostic> checkText(std::string_view text, const std::string &name) {
+    return checkLayers(Layers::ofText(text, name));
+}
+
 std::vector<Diagnostic> checkName(const std::string &name) { return checkLayers(Layers::ofName(name)); }
 
 }  // namespace teskpf

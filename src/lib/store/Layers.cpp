@@ -29,11 +29,10 @@ std::unique_ptr<const detail::Store> merge(const std::vector<Layer> &layers) {
     }
 }
 
-Layer readLayer(const std::string &path, const std::string &source) {
+Layer parseLayer(const std::string &path, const std::string &source, FileText text) {
     Layer layer;
     layer.path = path;
     layer.source = source;
-    FileText text = readFileOrThrow(path);
     try {
         layer.parsed.emplace(source, std::move(text));
     } catch (const Error &error) {
@@ -46,7 +45,18 @@ Layer readLayer(const std::string &path, const std::string &source) {
     return layer;
 }
 
+Layer readLayer(const std::string &path, const std::string &source) {
+    return parseLayer(path, source, readFileOrThrow(path));
+}
+
 }  // namespace
+
+Layers Layers::ofText(std::string_view text, const std::string &name) {
+    Layers layers;
+    layers.files.push_back(parseLayer(name, name, FileText(text)));
+    layers.merged = merge(layers.files);
+    return layers;
+}
 
 Layers Layers::ofFile(const std::string &path) {
     // Reading a name without "/" searches PFPATH: keep it to this file.

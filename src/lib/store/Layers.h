@@ -30,6 +30,8 @@ struct Layers {
 
     // The file at `path` alone. Throws IoError when it cannot be read.
     static Layers ofFile(const std::string &path);
+    // The text `text` alone, reported as the file `name`.
+    static Layers ofText(std::string_view text, const std::string &name);
     // Every file of `name` along PFPATH. Throws IoError when there is none or
     // one cannot be read.
     static Layers ofName(const std::string &name);
