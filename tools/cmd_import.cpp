@@ -125,7 +125,9 @@ std::string parameterText(const Json &json) {
 Json asExported(const Json &json) {
     if (json.is_object()) {
         Json out = Json::object();
-        for (const auto &[key, value] : json.items()) out[key] = asExported(value);
+        // The keys are already unique: appended, not looked up.
+        Json::object_t &members = out.get_ref<Json::object_t &>();
+        for (const auto &[key, value] : json.items()) members.emplace_back(key, asExported(value));
         return out;
     }
     if (json.is_array()) {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <set>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -59,23 +60,37 @@ Json nodeJson(const teskpf::Node &node, const JsonOptions &options) {
         auto [parent, filled] = pending.back();
         pending.pop_back();
         if (!filled->is_object() && !filled->is_array()) continue;
+        // Objects are filled through their vector of members, with an index
+        // of the names: looking a name up in an ordered_json is linear.
         std::vector<teskpf::Node> children;
-        for (const teskpf::Member &member : parent) {
-            if (filled->is_object())
-                (*filled)[std::string(member.name)] = start(member.node, options);
-            else
+        std::vector<Json *> slots;
+        if (filled->is_object()) {
+            Json::object_t &members = filled->get_ref<Json::object_t &>();
+            std::unordered_map<std::string_view, size_t> at;
+            for (const teskpf::Member &member : parent) {
+                auto [place, added] = at.emplace(member.name, members.size());
+                if (added)
+                    members.emplace_back(std::string(member.name), start(member.node, options));
+                else  // a repeated name: the last member's value, in the first one's place
+                    std::next(members.begin(), static_cast<std::ptrdiff_t>(place->second))->second =
+                        start(member.node, options);
+                children.push_back(member.node);
+            }
+            for (const teskpf::Node &child : children)
+                slots.push_back(&std::next(members.begin(), static_cast<std::ptrdiff_t>(at[child.name()]))->second);
+        } else {
+            for (const teskpf::Member &member : parent) {
                 filled->push_back(start(member.node, options));
-            children.push_back(member.node);
+                children.push_back(member.node);
+            }
+            for (Json &item : *filled) slots.push_back(&item);
         }
         // A repeated name keeps the last member's value: only that one is
         // descended into.
-        std::set<std::string_view> seen;
+        std::set<Json *> seen;
         for (size_t i = children.size(); i-- > 0;) {
-            const teskpf::Node &child = children[i];
-            if (filled->is_object() && !seen.insert(child.name()).second) continue;
-            if (!child.isBlock() && !child.isList()) continue;
-            Json *slot = filled->is_object() ? &(*filled)[std::string(child.name())] : &(*filled)[i];
-            pending.emplace_back(child, slot);
+            if (!seen.insert(slots[i]).second) continue;
+            if (children[i].isBlock() || children[i].isList()) pending.emplace_back(children[i], slots[i]);
         }
     }
     return result;

@@ -33,6 +33,12 @@ TEST(Json, ExportKeepsFileOrderAndShapes) {
     EXPECT_EQ(json["sensor"]["orientation"], "0 90");
 }
 
+TEST(Json, ARepeatedNameKeepsItsFirstPlaceAndLastValue) {
+    test_support::TempDir dir;
+    dir.write("dup.pf", "b &Arr{\n c &Arr{\n  x 1\n }\n d 4\n c &Arr{\n  y 2\n }\n}\n");
+    EXPECT_EQ(jsonOf(runTool({"export", "dup.pf"}, dir.path(), ".")).dump(), R"({"b":{"c":{"y":"2"},"d":"4"}})");
+}
+
 TEST(Json, TypedConvertsByTheAnnotationInEffect) {
     const Json json = jsonOf(runTool({"export", kStation, "--typed"}, ".", ""));
     EXPECT_EQ(json["digitizer"]["sample_rate"], 100);
