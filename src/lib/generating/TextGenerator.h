@@ -46,4 +46,8 @@ class Store;
 std::string generateText(const detail::Store &store, const detail::EditedTexts &values,
                          const detail::EditedTexts &comments);
 
+// The text of entries `first` to `last` (inclusive; an entry and its
+// members), comment-only lines left out, indented from `first`'s level.
+std::string generateEntries(const detail::Store &store, const detail::EditedTexts &values, size_t first, size_t last);
+
 }  // namespace teskpf
