@@ -42,11 +42,14 @@ template <class T>
 std::optional<T> narrowInteger(std::optional<std::int64_t> number) {
     if (!number) return std::nullopt;
     if constexpr (std::is_signed_v<T> && sizeof(T) < sizeof(std::int64_t)) {
-        if (*number < std::numeric_limits<T>::min() || *number > std::numeric_limits<T>::max()) return std::nullopt;
+        constexpr auto low = static_cast<std::int64_t>(std::numeric_limits<T>::min());
+        constexpr auto high = static_cast<std::int64_t>(std::numeric_limits<T>::max());
+        if (*number < low || *number > high) return std::nullopt;
     } else if constexpr (std::is_unsigned_v<T>) {
         if (*number < 0) return std::nullopt;
         if constexpr (sizeof(T) < sizeof(std::int64_t)) {
-            if (static_cast<std::uint64_t>(*number) > std::numeric_limits<T>::max()) return std::nullopt;
+            constexpr auto high = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+            if (static_cast<std::uint64_t>(*number) > high) return std::nullopt;
         }
     }
     return static_cast<T>(*number);
@@ -60,7 +63,7 @@ std::optional<T> narrowFloat(std::optional<double> number) {
     if (!number) return std::nullopt;
     const T narrowed = static_cast<T>(*number);
     if (std::isfinite(*number) && !std::isfinite(narrowed)) return std::nullopt;
-    if (*number != 0 && narrowed == 0) return std::nullopt;
+    if (std::fpclassify(*number) != FP_ZERO && std::fpclassify(narrowed) == FP_ZERO) return std::nullopt;
     return narrowed;
 }
 }  // namespace detail
