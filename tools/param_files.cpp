@@ -32,9 +32,11 @@ std::string writeParameterFile(const TeskPf &pf, const std::string &file) {
     return written;
 }
 
-void writeToOutput(const TeskPf &pf, const std::string &file) {
+void writeToOutput(const TeskPf &pf, const std::string &file) { writeToOutput(pf, file, pf.getPfString()); }
+
+void writeToOutput(const TeskPf &pf, const std::string &file, const std::string &text) {
     requireEntries(pf, file);
-    teskpf::saveFile(file, pf.getPfString());
+    teskpf::saveFile(file, text);
 }
 
 }  // namespace teskpf_tool

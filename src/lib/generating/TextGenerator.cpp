@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "parsing/Revision.h"
+#include "store/AnnotationInEffect.h"
 #include "store/EntryStore.h"
 #include "syntax/BlockSyntax.h"
 #include "syntax/LineLexer.h"
@@ -74,7 +75,7 @@ std::string TextWriter::finish() {
 }
 
 std::string generateText(const detail::Store &store, const detail::EditedTexts &values,
-                         const detail::EditedTexts &comments) {
+                         const detail::EditedTexts &comments, detail::AnnotationInEffect *in_effect) {
     TextWriter writer;
     std::string key_buffer;
     std::string value_buffer;
@@ -92,6 +93,10 @@ std::string generateText(const detail::Store &store, const detail::EditedTexts &
         line.value = detail::editedOr(values, index, [&] { return store.value(at, value_buffer); });
         line.comment = detail::editedOr(comments, index, [&] { return store.comment(at, comment_buffer); });
         line.constraints = store.constraints(at);
+        if (in_effect && line.constraints.empty() && !isMarker(line.value)) {
+            const detail::FoundAnnotation found = in_effect->of(at);
+            if (found.origin == AnnotationOrigin::Overridden) line.constraints = found.text();
+        }
         writer.add(line);
     }
     return writer.finish();
