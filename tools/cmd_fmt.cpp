@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include <teskpf/flatten.h>
+#include <teskpf/search.h>
 
 #include "command.h"
 #include "param_files.h"
@@ -12,15 +13,12 @@ namespace teskpf_tool {
 namespace {
 
 int runFmt(const CommandLine &line) {
-    // Read as every reader reads it first: its errors, and whether there is
-    // anything to write.
-    const TeskPf pf = loadParameterFile(line.positional[0]);
+    if (teskpf::parameterFiles(line.positional[0]).empty()) throwNoParameterFile(line.positional[0]);
     const std::string text = teskpf::flattenedText(line.positional[0]);
-    if (!line.has("-o")) {
+    if (line.has("-o"))
+        writeTextToOutput(text, line.value("-o"));
+    else
         std::cout << text;
-        return kExitOk;
-    }
-    writeToOutput(pf, line.value("-o"), text);
     return kExitOk;
 }
 

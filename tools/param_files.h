@@ -29,7 +29,7 @@ std::string writeParameterFile(const TeskPf &pf, const std::string &file);
 // (whose "~" the command line expanded) with teskpf::saveFile, which throws teskpf::IoError
 // when it cannot. Throws ToolError (exit 2) when the handle has no entries.
 void writeToOutput(const TeskPf &pf, const std::string &file);
-// The same with `text`, made from the handle's entries, in place of its text.
-void writeToOutput(const TeskPf &pf, const std::string &file, const std::string &text);
+// The same for `text`, the text of some entries ("" for none).
+void writeTextToOutput(const std::string &text, const std::string &file);
 
 }  // namespace teskpf_tool

@@ -1,19 +1,19 @@
 #include <teskpf/flatten.h>
 
+#include <teskpf/search.h>
+
+#include "files/FileSearch.h"
 #include "generating/TextGenerator.h"
 #include "store/AnnotationInEffect.h"
-#include "store/Layers.h"
-#include "teskpf/error.h"
+#include "store/EntryStore.h"
 
 namespace teskpf {
 
 std::string flattenedText(std::string_view name) {
-    const Layers layers = Layers::ofName(std::string(name));
-    for (const Layer &layer : layers.files)
-        if (!layer.parsed) throw Error(layer.parse_error);
-    if (!layers.merged) throw Error("the files of '" + std::string(name) + "' do not read together");
-    detail::AnnotationInEffect in_effect(*layers.merged);
-    return generateText(*layers.merged, detail::EditedTexts(), detail::EditedTexts(), &in_effect);
+    // Read and merged as the classic handle reads a name.
+    const detail::Store store(findParameterFiles(homeExpanded(name)));
+    detail::AnnotationInEffect in_effect(store);
+    return generateText(store, detail::EditedTexts(), detail::EditedTexts(), &in_effect);
 }
 
 }  // namespace teskpf
