@@ -95,7 +95,7 @@ TEST_F(Tool, CommandsReadingFiles) {
         {{"keys", "good", "--perl"}, "0|{name}\n{note}\n{chan}\n{chan}[0]\n{chan}[1]\n{chan}[1]{gain}\n|"},
         {{"keys", "good", "--table"},
          "0|\"name\"\n\"note\"\n\"chan\"\n\"chan\"\t0\n\"chan\"\t1\n\"chan\"\t1\t\"gain\"\n|"},
-        {{"set", "good", "nokey", "1"}, "1||teskpf: no key [\"nokey\"] in 'good'\n"},
+        {{"set", "good", "nokey", "1", "-o", "out.pf"}, "1||teskpf: no key [\"nokey\"] in 'good'\n"},
         {{"set", "good", "chan", "1"}, "2||teskpf: set: [\"chan\"] is a block; only plain values can be set\n"},
     };
     for (const auto &[args, expected] : cases) EXPECT_EQ(run(args), expected) << args.size();

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "parsing/Revision.h"
+#include "store/AnnotationInEffect.h"
 #include "store/EntryStore.h"
 #include "syntax/BlockSyntax.h"
 #include "syntax/LineLexer.h"
@@ -93,10 +94,19 @@ TextLine lineOf(const detail::Store &store, size_t at, const detail::EditedTexts
 }  // namespace
 
 std::string generateText(const detail::Store &store, const detail::EditedTexts &values,
-                         const detail::EditedTexts &comments) {
+                         const detail::EditedTexts &comments, detail::AnnotationInEffect *in_effect) {
     TextWriter writer;
     std::string buffers[3];
-    for (size_t at = 0; at < store.size(); ++at) writer.add(lineOf(store, at, values, comments, 0, buffers));
+    for (size_t at = 0; at < store.size(); ++at) {
+        TextLine line = lineOf(store, at, values, comments, 0, buffers);
+        // A value whose annotation comes from the lower definition it
+        // overrides gets that annotation on its line.
+        if (in_effect && !line.revision && line.constraints.empty() && !store.entryOf(at).opensBlock()) {
+            const detail::FoundAnnotation found = in_effect->of(at);
+            if (found.origin == AnnotationOrigin::Overridden) line.constraints = found.text();
+        }
+        writer.add(line);
+    }
     return writer.finish();
 }
 
