@@ -7,7 +7,7 @@ from __future__ import annotations
 import contextlib
 import os
 from dataclasses import dataclass
-from typing import Any, Dict, Iterator, Mapping, Optional, Sequence, Tuple, Union, overload
+from typing import Any, Dict, Iterator, Mapping, Optional, Sequence, Tuple, TypeVar, Union, overload
 from typing import List as _ListOf
 
 from . import _teskpf
@@ -111,15 +111,32 @@ def _plain(node: _teskpf.Node, typed: bool) -> Any:
     return result
 
 
-class Block(Mapping[str, Any]):
+_View = TypeVar("_View", bound="_NodeView")
+
+
+class _NodeView:
+    """What Block and List share: a read-only view of a node, shown as its
+    content; being read-only, a copy (shallow or deep) is the view itself."""
+
+    def __init__(self, node: _teskpf.Node) -> None:
+        self._node = node
+
+    def __repr__(self) -> str:
+        return f"{type(self).__name__}({_plain(self._node, False)!r})"
+
+    def __copy__(self: _View) -> _View:
+        return self
+
+    def __deepcopy__(self: _View, memo: Dict[int, Any]) -> _View:
+        return self
+
+
+class Block(_NodeView, Mapping[str, Any]):
     """A read-only mapping of a block's members: nested Block, List or str.
 
     Equal to a dict (or any mapping) with the same content; read-only, so a
     copy (copy.copy, copy.deepcopy) is the object itself: to_dict() gives a
     mutable one."""
-
-    def __init__(self, node: _teskpf.Node) -> None:
-        self._node = node
 
     def __getitem__(self, name: str) -> Any:  # a Block, List or str: see Value
         member = self._node.member(name) if isinstance(name, str) else None
@@ -140,15 +157,6 @@ class Block(Mapping[str, Any]):
     def __contains__(self, name: object) -> bool:
         return isinstance(name, str) and bool(self._node.member(name))
 
-    def __repr__(self) -> str:
-        return f"{type(self).__name__}({self.to_dict()!r})"
-
-    def __copy__(self) -> Block:
-        return self
-
-    def __deepcopy__(self, memo: Dict[int, Any]) -> Block:
-        return self
-
     @property
     def key_path(self) -> str:
         """The block's key path, e.g. ``["digitizer"]``; "" for the document."""
@@ -160,14 +168,11 @@ class Block(Mapping[str, Any]):
         return result
 
 
-class List(Sequence[Any]):
+class List(_NodeView, Sequence[Any]):
     """A read-only sequence of a list block's items: Block, List or str.
 
     Equal to a list (not a tuple, as for list itself) with the same content;
     copies as Block does."""
-
-    def __init__(self, node: _teskpf.Node) -> None:
-        self._node = node
 
     @overload
     def __getitem__(self, index: int) -> Any: ...  # a Block, List or str: see Value
@@ -195,15 +200,6 @@ class List(Sequence[Any]):
         return len(self) == len(other) and all(mine == theirs for mine, theirs in zip(self, other))
 
     __hash__ = None  # type: ignore[assignment]  # equal to a list, so unhashable as a list is
-
-    def __repr__(self) -> str:
-        return f"List({self.to_list()!r})"
-
-    def __copy__(self) -> List:
-        return self
-
-    def __deepcopy__(self, memo: Dict[int, Any]) -> List:
-        return self
 
     def to_list(self, typed: bool = False) -> _ListOf[Any]:
         """Nested list/dict/str; with ``typed`` values converted by their annotation."""
