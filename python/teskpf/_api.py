@@ -237,15 +237,16 @@ class Config(Block):
         return list(self._document.files)
 
     def entry(self, key: Key) -> Entry:
-        """The entry at a key path (``'["net"]["port"]'``, ``("net", "port")`` or ``["net", "port"]``); KeyError if none."""
+        """The entry at a key path (``'["net"]["port"]'``, ``("net", "port")`` or
+        ``["net", "port"]``); KeyError if none."""
         node = self._document.find(_key_path(key, "Config.entry"))
         if not node:
             raise KeyError(key)
         file, line = node.source()
         verdict = node.check()
         at = f"{verdict.where[0]}:{verdict.where[1]}" if verdict.annotation else ""
-        return Entry(file, line, node.level(), node.key_path(), node.text(), _comment_text(node.comment()), verdict.annotation, at,
-                     node.annotation(), verdict.ok)
+        return Entry(file, line, node.level(), node.key_path(), node.text(), _comment_text(node.comment()),
+                     verdict.annotation, at, node.annotation(), verdict.ok)
 
     def check(self) -> _ListOf[Diagnostic]:
         """The diagnostics of the files read, as ``teskpf check`` reports them."""
@@ -300,11 +301,13 @@ class Editor:
 
     def add(self, key: Key, value: ValueArgument, comment: str = "") -> None:
         """Adds an entry as the last member of its block; EditError when it exists."""
-        self._open("Editor.add").add(_key_path(key, "Editor.add"), _value_text(value, "Editor.add"), _text(comment, "Editor.add"))
+        self._open("Editor.add").add(_key_path(key, "Editor.add"), _value_text(value, "Editor.add"),
+                                     _text(comment, "Editor.add"))
 
     def set_comment(self, key: Key, comment: str) -> None:
         """Replaces an entry's comment (its annotation kept); EditError when missing."""
-        self._open("Editor.set_comment").set_comment(_key_path(key, "Editor.set_comment"), _text(comment, "Editor.set_comment"))
+        self._open("Editor.set_comment").set_comment(_key_path(key, "Editor.set_comment"),
+                                                     _text(comment, "Editor.set_comment"))
 
     @property
     def text(self) -> str:
