@@ -2,6 +2,7 @@
 interpreter running this script (pybind11 from the system, nothing downloaded)."""
 
 import os
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -10,6 +11,15 @@ from setuptools import Extension, setup
 from setuptools.command.build_ext import build_ext
 
 ROOT = Path(__file__).resolve().parent
+
+
+def project_version() -> str:
+    """The version CMake's project() states: the one place it is written."""
+    text = (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")
+    found = re.search(r"^project\(\w+\s+VERSION\s+([0-9.]+)", text, re.MULTILINE)
+    if not found:
+        raise RuntimeError("CMakeLists.txt: no project(NAME VERSION X.Y.Z)")
+    return found.group(1)
 
 
 class CMakeBuild(build_ext):
@@ -25,6 +35,7 @@ class CMakeBuild(build_ext):
         subprocess.run(["cmake", "--build", str(build_dir), "--target", "_teskpf", "-j", jobs], check=True)
 
 
-setup(ext_modules=[Extension("teskpf._teskpf", sources=[])],
+setup(version=project_version(),
+      ext_modules=[Extension("teskpf._teskpf", sources=[])],
       cmdclass={"build_ext": CMakeBuild},
       options={"build": {"build_base": "build-python"}})

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds and installs the Python package with pip into a throw-away venv,
-# then runs its tests and the Python example. Only system packages are used
-# (pybind11, pytest, setuptools, wheel from the distribution); nothing is
-# downloaded.  TESKPF_PYTHON names the interpreter (default /usr/bin/python3,
+# then runs its tests and the Python example, and type-checks the package, the
+# example and the docs' Python blocks with mypy --strict. Only system packages
+# are used (pybind11, pytest, setuptools, wheel, mypy from the distribution);
+# nothing is downloaded.  TESKPF_PYTHON names the interpreter (default /usr/bin/python3,
 # the one that sees the distribution's packages).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -10,6 +11,10 @@ python=${TESKPF_PYTHON:-/usr/bin/python3}
 if ! "$python" -c 'import pybind11, pytest, setuptools, wheel' 2>/dev/null; then
   echo "python-test: $python lacks pybind11, pytest, setuptools or wheel;" \
        "install python3-pybind11 python3-pytest python3-setuptools python3-wheel python3-venv" >&2
+  exit 1
+fi
+if ! command -v mypy >/dev/null; then
+  echo "python-test: no mypy; install Debian's mypy (scripts/setup.sh --dev)" >&2
   exit 1
 fi
 
@@ -30,3 +35,9 @@ cp -r examples "$scratch/examples"
 for markdown in README.md docs/python-api.md; do
   "$scratch/venv/bin/python" "$root/tests/readme/python_blocks_test.py" "$root/$markdown" "$root/examples"
 done
+
+# The package's annotations and stubs hold under mypy --strict, and so do the
+# examples users copy, checked against the installed package.
+mypy --strict --no-incremental --cache-dir "$scratch/mypy-cache" python/teskpf
+"$python" tests/readme/python_types_test.py "$scratch/venv/bin/python" \
+  README.md docs/python-api.md examples/python_example.py

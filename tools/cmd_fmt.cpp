@@ -1,6 +1,9 @@
 // teskpf fmt NAME [-o FILE]: the regenerated parameter-file text.
 #include <iostream>
 
+#include <teskpf/flatten.h>
+#include <teskpf/search.h>
+
 #include "command.h"
 #include "param_files.h"
 #include "tool_error.h"
@@ -10,11 +13,12 @@ namespace teskpf_tool {
 namespace {
 
 int runFmt(const CommandLine &line) {
-    TeskPf pf = loadParameterFile(line.positional[0]);
+    if (teskpf::parameterFiles(line.positional[0]).empty()) throwNoParameterFile(line.positional[0]);
+    const std::string text = teskpf::flattenedText(line.positional[0]);
     if (line.has("-o"))
-        writeToOutput(pf, line.value("-o"));
+        writeTextToOutput(text, line.value("-o"));
     else
-        std::cout << pf.getPfString();
+        std::cout << text;
     return kExitOk;
 }
 
@@ -27,7 +31,10 @@ Command fmtCommand() {
             "Prints the text the library writes for the merged entries: one tab\n"
             "of indentation per level, key, tab, value, tab, comment, with the\n"
             "annotations put back in front of their comments and \"#\" in values\n"
-            "escaped. A pf_revision_time line gets the current time. With -o the\n"
+            "escaped. A value that takes the annotation in effect from a lower\n"
+            "file's definition it overrides gets that annotation on its line, so\n"
+            "that the text alone checks as the layers do. A pf_revision_time line\n"
+            "gets the current time. With -o the\n"
             "text is saved atomically to exactly FILE, which keeps its owner, group,\n"
             "mode and extended attributes.\n",
             {{{"-o", true, true}}, {"NAME"}, 1, false},

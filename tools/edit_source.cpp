@@ -1,11 +1,13 @@
 #include "edit_source.h"
 
 #include <cmath>
+#include <filesystem>
 
 #include "entries.h"
 #include "param_files.h"
 #include "teskpf/convert.h"
 #include "teskpf/error.h"
+#include "teskpf/key_path.h"
 #include "teskpf/key_source.h"
 #include "teskpf/search.h"
 #include "tool_error.h"
@@ -52,6 +54,84 @@ LockedSource lockSourceOf(const std::string &name, const std::string &key, const
         },
         wait);
     return {std::move(source.file), source.line, source.opens_block, std::move(lock)};
+}
+
+namespace {
+
+// The key paths of the blocks on the way to `key`, outermost first; none
+// when `key` is not a key path.
+std::vector<std::string> enclosingPaths(const std::string &key) {
+    std::vector<teskpf::KeyPathComponent> components;
+    try {
+        components = teskpf::parseKeyPath(key);
+    } catch (const teskpf::KeyPathError &) {
+        return {};
+    }
+    std::vector<std::string> paths;
+    for (size_t d = 1; d < components.size(); ++d)
+        paths.push_back(teskpf::formatKeyPath({components.begin(), components.begin() + static_cast<long>(d)}));
+    return paths;
+}
+
+}  // namespace
+
+LockedTarget lockSetTargetOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {
+    std::string file;
+    long line = -1;
+    bool opens_block = false;
+    teskpf::FileLock lock = lockWhereFound(
+        [&] {
+            const std::vector<std::string> files = teskpf::parameterFiles(name);
+            if (files.empty()) throwNoParameterFile(name);
+            if (std::optional<teskpf::KeySource> found = teskpf::findKeySource(name, key)) {
+                file = std::move(found->file);
+                line = found->line;
+                opens_block = found->opens_block;
+                return Place{file, line};
+            }
+            // Added where it takes effect: into the innermost block in effect
+            // on its way, in the file that supplies that block.
+            file = files.back();
+            line = -1;
+            opens_block = false;
+            const std::vector<std::string> blocks = enclosingPaths(key);
+            for (size_t d = blocks.size(); d-- > 0;) {
+                if (std::optional<teskpf::KeySource> block = teskpf::findKeySource(name, blocks[d])) {
+                    file = std::move(block->file);
+                    break;
+                }
+            }
+            return Place{file, line};
+        },
+        wait);
+    return {std::move(file), line, opens_block, std::move(lock)};
+}
+
+void refuseHidingAddition(const std::string &name, const std::string &key, const teskpf::Editor &editor) {
+    // The outermost block the addition creates in the file.
+    std::string created;
+    for (const std::string &block : enclosingPaths(key)) {
+        if (editor.lineOf(block) < 0) {
+            created = block;
+            break;
+        }
+    }
+    if (created.empty()) return;
+    const std::optional<teskpf::KeySource> supplier = teskpf::findKeySource(name, created);
+    if (!supplier || !supplier->opens_block) return;
+    // Only a file later on the search than the supplier hides its block.
+    const std::vector<std::string> files = teskpf::parameterFiles(name);
+    long mine = -1, theirs = -1;
+    for (size_t i = 0; i < files.size(); ++i) {
+        std::error_code error;
+        if (theirs < 0 && files[i] == supplier->file) theirs = static_cast<long>(i);
+        if (std::filesystem::equivalent(files[i], editor.name(), error)) mine = static_cast<long>(i);
+    }
+    if (mine < 0 || theirs < 0 || mine < theirs) return;
+    throw ToolError("set: adding " + key + " to '" + editor.name() + "' would create the block " + created +
+                        " there and so hide the rest of " + created + " in '" + supplier->file +
+                        "'; add it there (without --file) or copy the block first; nothing written",
+                    kExitError);
 }
 
 LockedMergedSource lockMergedSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {

@@ -31,6 +31,23 @@ struct LockedSource {
 // `key`. Reads one file at a time; no merged view is built.
 LockedSource lockSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait);
 
+// Where `teskpf set` puts KEY for `name`: the line that supplies its value in
+// effect, or, when no file has it, the file it is added to: the one that
+// supplies the longest block on its path that is in effect, else the last
+// file of the search (a new top-level key). Locked as lockSourceOf locks.
+struct LockedTarget {
+    std::string file;
+    long line;         // 0-based; -1 when KEY is to be added
+    bool opens_block;  // the line opens a block
+    teskpf::FileLock lock;
+};
+LockedTarget lockSetTargetOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait);
+
+// Throws ToolError (exit 2) when adding `key` to `editor`'s file would create
+// a block there that a file earlier on the search for `name` supplies in
+// effect: the new block would hide the rest of that one.
+void refuseHidingAddition(const std::string &name, const std::string &key, const teskpf::Editor &editor);
+
 // The same, with the merged view of `name` read under the lock, for output
 // made from the merged entries.
 struct LockedMergedSource {

@@ -24,8 +24,12 @@ std::string sourceFile(const std::string &source) { return source.substr(0, sour
 namespace {
 
 // The library writes nothing for a handle without entries; say so instead.
+[[noreturn]] void throwNothingToWrite(const std::string &file) {
+    throw ToolError("nothing to write to '" + file + "': there are no entries", kExitError);
+}
+
 void requireEntries(const TeskPf &pf, const std::string &file) {
-    if (pf.size() == 0) throw ToolError("nothing to write to '" + file + "': there are no entries", kExitError);
+    if (pf.size() == 0) throwNothingToWrite(file);
 }
 
 }  // namespace
@@ -40,6 +44,11 @@ std::string writeParameterFile(const TeskPf &pf, const std::string &file) {
 void writeToOutput(const TeskPf &pf, const std::string &file) {
     requireEntries(pf, file);
     teskpf::saveFile(file, pf.getPfString());
+}
+
+void writeTextToOutput(const std::string &text, const std::string &file) {
+    if (text.empty()) throwNothingToWrite(file);
+    teskpf::saveFile(file, text);
 }
 
 }  // namespace teskpf_tool

@@ -34,5 +34,7 @@ std::string writeParameterFile(const TeskPf &pf, const std::string &file);
 // (whose "~" the command line expanded) with teskpf::saveFile, which throws teskpf::IoError
 // when it cannot. Throws ToolError (exit 2) when the handle has no entries.
 void writeToOutput(const TeskPf &pf, const std::string &file);
+// The same for `text`, the text of some entries ("" for none).
+void writeTextToOutput(const std::string &text, const std::string &file);
 
 }  // namespace teskpf_tool

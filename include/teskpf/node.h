@@ -4,12 +4,16 @@
 // unless asked for with at().
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include <teskpf/export.h>
@@ -20,6 +24,48 @@ namespace teskpf {
 namespace detail {
 struct DocumentData;
 enum class EntryField : int;
+
+// Types that hold characters rather than numbers; get<T>() refuses them.
+template <class T>
+constexpr bool isCharacterType = std::is_same_v<T, char> || std::is_same_v<T, wchar_t> ||
+#if defined(__cpp_char8_t)
+                                 std::is_same_v<T, char8_t> ||
+#endif
+                                 std::is_same_v<T, char16_t> || std::is_same_v<T, char32_t>;
+
+// False for every T, so that a static_assert on it fires only when instantiated.
+template <class T>
+constexpr bool kUnsupportedValueType = false;
+
+// `number` as T; nothing when it is nothing or does not fit T.
+template <class T>
+std::optional<T> narrowInteger(std::optional<std::int64_t> number) {
+    if (!number) return std::nullopt;
+    if constexpr (std::is_signed_v<T> && sizeof(T) < sizeof(std::int64_t)) {
+        constexpr auto low = static_cast<std::int64_t>(std::numeric_limits<T>::min());
+        constexpr auto high = static_cast<std::int64_t>(std::numeric_limits<T>::max());
+        if (*number < low || *number > high) return std::nullopt;
+    } else if constexpr (std::is_unsigned_v<T>) {
+        if (*number < 0) return std::nullopt;
+        if constexpr (sizeof(T) < sizeof(std::int64_t)) {
+            constexpr auto high = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+            if (static_cast<std::uint64_t>(*number) > high) return std::nullopt;
+        }
+    }
+    return static_cast<T>(*number);
+}
+
+// `number` as T; nothing when it is nothing, a finite number beyond T's range
+// or a non-zero number that T holds as 0 (as the double reading refuses
+// overflow and underflow).
+template <class T>
+std::optional<T> narrowFloat(std::optional<double> number) {
+    if (!number) return std::nullopt;
+    const T narrowed = static_cast<T>(*number);
+    if (std::isfinite(*number) && !std::isfinite(narrowed)) return std::nullopt;
+    if (std::fpclassify(*number) != FP_ZERO && std::fpclassify(narrowed) == FP_ZERO) return std::nullopt;
+    return narrowed;
+}
 }  // namespace detail
 
 // Where an entry was read from.
@@ -104,12 +150,38 @@ public:
     // when this is not a value.
     std::vector<std::string> fields() const;
 
-    // The value converted as the checks read it (see convert.h): T is
-    // std::int64_t, double, bool or std::string. Nothing when this is not a
-    // value or the text does not convert.
+    // The value converted as the checks read it (see convert.h), as
+    // std::optional<T>; nothing when this is not a value or the text does not
+    // convert. T is:
+    // - an integer type (short to unsigned long long, signed/unsigned char;
+    //   not bool or a character type): read as <int> reads it, nothing when
+    //   the number does not fit T;
+    // - float, double or long double: read as <float> reads it (a double),
+    //   nothing when a finite number overflows T or a non-zero one becomes 0;
+    // - bool: true/yes/on/1, false/no/off/0 in any ASCII case;
+    // - std::string: the text;
+    // - std::vector<std::string>: the texts of a list's items; nothing when
+    //   this is not a list or an item is a block.
+    // Any other T fails to compile with a message naming these.
     template <class T>
-    std::optional<T> get() const;
-    // get<T>(), or `fallback` when that gives nothing.
+    auto get() const {
+        if constexpr (std::is_same_v<T, bool>) {
+            return readBool();
+        } else if constexpr (std::is_same_v<T, std::string>) {
+            return readText();
+        } else if constexpr (std::is_same_v<T, std::vector<std::string>>) {
+            return readItems();
+        } else if constexpr (std::is_integral_v<T> && !detail::isCharacterType<T>) {
+            return detail::narrowInteger<T>(readInteger());
+        } else if constexpr (std::is_floating_point_v<T>) {
+            return detail::narrowFloat<T>(readFloat());
+        } else {
+            static_assert(detail::kUnsupportedValueType<T>,
+                          "teskpf::Node::get<T>/valueOr: T must be an integer type (not a character type), "
+                          "float, double, long double, bool, std::string or std::vector<std::string>");
+        }
+    }
+    // get<T>(), or `fallback` when that gives nothing; T as for get<T>().
     template <class T>
     T valueOr(T fallback) const {
         return get<T>().value_or(std::move(fallback));
@@ -126,22 +198,21 @@ public:
 private:
     friend class Document;
     friend class MemberIterator;
+    friend TESKPF_API std::ostream &operator<<(std::ostream &out, const Node &node);
     Node(const detail::DocumentData *data, std::int32_t entry) : data_(data), entry_(entry) {}
     // Field `which` of the entry; "" for the document and empty nodes.
     TESKPF_LOCAL std::string_view fieldOrEmpty(detail::EntryField which) const;
+    // The conversions behind get<T>(); nothing when this is not a value (a
+    // list for readItems) or the text does not convert.
+    std::optional<std::int64_t> readInteger() const;
+    std::optional<double> readFloat() const;
+    std::optional<bool> readBool() const;
+    std::optional<std::string> readText() const;
+    std::optional<std::vector<std::string>> readItems() const;
 
     const detail::DocumentData *data_ = nullptr;
     std::int32_t entry_ = -1;  // index of the entry; -1 for the document itself
 };
-
-template <>
-std::optional<std::int64_t> Node::get<std::int64_t>() const;
-template <>
-std::optional<double> Node::get<double>() const;
-template <>
-std::optional<bool> Node::get<bool>() const;
-template <>
-std::optional<std::string> Node::get<std::string>() const;
 
 // A member of a block (its name and node) or an item of a list (empty name).
 struct Member {
@@ -151,17 +222,20 @@ struct Member {
     operator Node() const { return node; }
 };
 
-// Walks the members of a block or the items of a list.
+// Walks the members of a block or the items of a list. *it is a Member kept
+// inside the iterator: valid until the iterator moves or goes, so that
+// `for (auto &m : node)` works; copy it to keep it longer.
 class TESKPF_API MemberIterator {
 public:
-    using iterator_category = std::forward_iterator_tag;
+    using iterator_category = std::input_iterator_tag;
     using value_type = Member;
     using difference_type = std::ptrdiff_t;
-    using pointer = void;
-    using reference = Member;
+    using pointer = const Member *;
+    using reference = const Member &;
 
     MemberIterator() = default;
-    Member operator*() const;
+    const Member &operator*() const;
+    const Member *operator->() const { return &**this; }
     MemberIterator &operator++() {
         ++at_;
         return *this;
@@ -180,6 +254,12 @@ private:
 
     const detail::DocumentData *data_ = nullptr;
     const std::int32_t *at_ = nullptr;  // into the parent's list of child entries
+    mutable Member current_;            // what operator* last read
 };
+
+// Writes a value's text; a block or list as the parameter-file text of its
+// entry and members (indented from level 0, closing lines included); the
+// document as Document::toString; nothing for an empty node.
+TESKPF_API std::ostream &operator<<(std::ostream &out, const Node &node);
 
 }  // namespace teskpf

@@ -8,6 +8,7 @@
 #include <teskpf/document.h>
 #include <teskpf/editor.h>
 #include <teskpf/error.h>
+#include <teskpf/flatten.h>
 #include <teskpf/key_path.h>
 #include <teskpf/key_source.h>
 #include <teskpf/node.h>

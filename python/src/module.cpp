@@ -73,6 +73,8 @@ void bindErrors(py::module_ &module) {
 
 PYBIND11_MODULE(_teskpf, module) {
     module.doc() = "Bindings of the teskpf C++ library; use the teskpf package.";
+    // The project's version, as CMake's project() states it.
+    module.attr("__version__") = TESKPF_VERSION;
     teskpf_python::bindErrors(module);
     teskpf_python::bindDocument(module);
     teskpf_python::bindTools(module);

@@ -196,7 +196,7 @@ TEST(Agreement, SetCheckOnAddedKeys) {
     EXPECT_EQ(test_support::readText(site), "blk &Arr{\n a 2\n}\n");
     EXPECT_EQ(set("[\"blk\"][\"b\"]", "7").status, 0);
     EXPECT_EQ(set("fresh", "anything").status, 0);  // nothing applies to a new top-level key
-    EXPECT_EQ(test_support::readText(site), "blk &Arr{\n a 2\n b 7\n}\nfresh\tanything\n");
+    EXPECT_EQ(test_support::readText(site), "blk &Arr{\n a 2\n b 7\n}\nfresh anything\n");
     // A file not on PFPATH is read as the top layer.
     const std::string other = dir.write("other/cfg.pf", "blk &Arr{\n a 3\n}\n");
     EXPECT_EQ(runTool({"set", "--file", other, "cfg", "[\"blk\"][\"a\"]", "q", "--check"}, dir.path(), pfpath).status,

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +16,8 @@
 #include <sstream>
 
 #include <gtest/gtest.h>
+
+#include <teskpf/key_path.h>
 
 #include "run_tool.h"
 #include "test_support.h"
@@ -188,6 +191,69 @@ TEST(EditTool, ConcurrentSetsLoseNothing) {
     TeskPf pf(dir.path() + "/shared.pf", 0);
     for (int i = 0; i < 2 * pairs; ++i)
         EXPECT_EQ(pf.getValue("[\"k" + std::to_string(i) + "\"]", nullptr, nullptr), "1") << i;
+}
+
+// Where set puts a key no file has: into the innermost block in effect on
+// its way, in the file that supplies it, else into the last file; a block
+// a higher layer replaces is not reached.
+TEST(EditTool, WhereAnAddedKeyGoes) {
+    const std::string base = "gain &Arr{\n\tlow 1\n}\nchan &Tbl{\n\tHHZ\n}\nrate 1\nnet &Arr{\n\told 1\n}\n";
+    const std::string site = "net &Arr{\n\tsta &Arr{\n\t\tcode X\n\t}\n}\n";
+    struct Case {
+        std::string key;
+        std::string file;  // where it goes; "" when refused
+    };
+    const std::vector<Case> cases = {
+        {"newtop", "site/cfg.pf"},
+        {"[\"gain\"][\"high\"]", "base/cfg.pf"},
+        {"[\"chan\"][1]", "base/cfg.pf"},
+        {"[\"net\"][\"sta\"][\"loc\"]", "site/cfg.pf"},
+        {"[\"net\"][\"new\"][\"x\"]", "site/cfg.pf"},
+        {"[\"net\"][\"old\"]", "site/cfg.pf"},  // the lower layer's net is hidden
+        {"[\"other\"][\"x\"]", "site/cfg.pf"},
+        {"[\"rate\"][\"x\"]", ""},  // rate is a value, not a block
+        {"[\"chan\"][3]", ""},      // not the next list position
+    };
+    for (const Case &c : cases) {
+        TempDir dir;
+        dir.write("base/cfg.pf", base);
+        dir.write("site/cfg.pf", site);
+        const tool_run::ToolRun run = tool_run::runTool({"set", "cfg", c.key, "7"}, dir.path(), "base:site");
+        const bool base_changed = readText(dir.path() + "/base/cfg.pf") != base;
+        const bool site_changed = readText(dir.path() + "/site/cfg.pf") != site;
+        if (c.file.empty()) {
+            EXPECT_EQ(run.status, 2) << c.key;
+            EXPECT_FALSE(base_changed || site_changed) << c.key;
+            continue;
+        }
+        EXPECT_EQ(run.status, 0) << c.key << ": " << run.err;
+        EXPECT_EQ(base_changed, c.file == "base/cfg.pf") << c.key;
+        EXPECT_EQ(site_changed, c.file == "site/cfg.pf") << c.key;
+        EXPECT_EQ(
+            run.err.rfind("teskpf: set: added " + teskpf::keyPathArgument(c.key) + " to '" + c.file + "', line ", 0), 0)
+            << c.key << ": " << run.err;
+        // In effect where it went.
+        EXPECT_EQ(tool_run::runTool({"get", "cfg", c.key}, dir.path(), "base:site").out, "7\n") << c.key;
+    }
+}
+
+// A set that changes nothing leaves the file as it was: same inode, same
+// modification time, no pf_revision_time refreshed.
+TEST(EditTool, UnchangedValueLeavesTheFileUntouched) {
+    TempDir dir;
+    const std::string text = "a   1  # same\npf_revision_time 12\n";
+    const std::string path = dir.write("cfg.pf", text);
+    const timespec old_time[2] = {{0, UTIME_OMIT}, {1000000000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), old_time, 0), 0);
+    struct stat before {};
+    ASSERT_EQ(stat(path.c_str(), &before), 0);
+    const tool_run::ToolRun run = tool_run::runTool({"set", "cfg", "a", "1"}, dir.path(), ".");
+    EXPECT_EQ(run.status, 0) << run.err;
+    struct stat after {};
+    ASSERT_EQ(stat(path.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec);
+    EXPECT_EQ(readText(path), text);
 }
 
 // --wait SECONDS bounds the wait for a lock another process holds: exit

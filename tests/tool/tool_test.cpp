@@ -96,7 +96,8 @@ TEST_F(Tool, CommandsReadingFiles) {
         {{"keys", "good", "--perl"}, "0|{name}\n{note}\n{chan}\n{chan}[0]\n{chan}[1]\n{chan}[1]{gain}\n|"},
         {{"keys", "good", "--table"},
          "0|\"name\"\n\"note\"\n\"chan\"\n\"chan\"\t0\n\"chan\"\t1\n\"chan\"\t1\t\"gain\"\n|"},
-        {{"set", "good", "nokey", "1"}, "1||teskpf: no key [\"nokey\"] in 'good'\n"},
+        {{"set", "good", "nokey", "1", "-o", "out.pf"},
+         "1||teskpf: no key [\"nokey\"] in 'good' (did you mean [\"note\"]?)\n"},
         // Key paths people type: the brace form keys --perl prints, the dotted
         // shorthand, options with "=", malformed paths and near misses.
         {{"get", "good", "{chan}[1]{gain}"}, "0|1 2.5\n|"},

@@ -1,10 +1,13 @@
 #include <teskpf/node.h>
 
+#include <ostream>
+
 #include <teskpf/convert.h>
 #include <teskpf/error.h>
 
 #include "api/DocumentData.h"
 #include "checks/ValueCheck.h"
+#include "generating/TextGenerator.h"
 #include "syntax/KeyPath.h"
 
 namespace teskpf {
@@ -13,6 +16,15 @@ namespace {
 
 EntryKind kindOf(const detail::DocumentData &data, int32_t entry) {
     return data.store.entryOf(static_cast<size_t>(entry)).kind;
+}
+
+// The last entry inside `entry`'s block, or `entry` itself when it has no members.
+int32_t lastDescendant(const detail::DocumentData &data, int32_t entry) {
+    for (;;) {
+        const std::vector<int32_t> &members = data.childrenOf(entry);
+        if (members.empty()) return entry;
+        entry = members.back();
+    }
 }
 
 }  // namespace
@@ -70,7 +82,10 @@ MemberIterator Node::end() const {
     return MemberIterator(data_, members.data() + members.size());
 }
 
-Member MemberIterator::operator*() const { return {data_->nameOf(*at_), Node(data_, *at_)}; }
+const Member &MemberIterator::operator*() const {
+    current_ = {data_->nameOf(*at_), Node(data_, *at_)};
+    return current_;
+}
 
 std::string Node::keyPath() const {
     return data_ && entry_ >= 0 ? data_->store.keyPath(static_cast<size_t>(entry_)) : std::string();
@@ -103,25 +118,26 @@ std::vector<std::string> Node::fields() const {
     return {split.begin(), split.end()};
 }
 
-template <>
-std::optional<std::int64_t> Node::get<std::int64_t>() const {
-    return isValue() ? toInteger(text()) : std::nullopt;
-}
+std::optional<std::int64_t> Node::readInteger() const { return isValue() ? toInteger(text()) : std::nullopt; }
 
-template <>
-std::optional<double> Node::get<double>() const {
-    return isValue() ? toFloat(text()) : std::nullopt;
-}
+std::optional<double> Node::readFloat() const { return isValue() ? toFloat(text()) : std::nullopt; }
 
-template <>
-std::optional<bool> Node::get<bool>() const {
-    return isValue() ? toBool(text()) : std::nullopt;
-}
+std::optional<bool> Node::readBool() const { return isValue() ? toBool(text()) : std::nullopt; }
 
-template <>
-std::optional<std::string> Node::get<std::string>() const {
+std::optional<std::string> Node::readText() const {
     if (!isValue()) return std::nullopt;
     return std::string(text());
+}
+
+std::optional<std::vector<std::string>> Node::readItems() const {
+    if (!isList()) return std::nullopt;
+    std::vector<std::string> items;
+    items.reserve(size());
+    for (const Member &item : *this) {
+        if (!item.node.isValue()) return std::nullopt;
+        items.emplace_back(item.node.text());
+    }
+    return items;
 }
 
 Verdict Node::check() const {
@@ -135,6 +151,15 @@ Verdict Node::check() const {
         return verdict;
     }
     return detail::verdictOf(data_->annotations.of(static_cast<size_t>(entry_)), keyPath(), text(), isValue());
+}
+
+std::ostream &operator<<(std::ostream &out, const Node &node) {
+    if (!node.data_) return out;
+    if (node.isValue()) return out << node.text();
+    const detail::DocumentData &data = *node.data_;
+    if (node.entry_ < 0) return out << generateText(data.store, data.edited_values, detail::EditedTexts());
+    return out << generateEntries(data.store, data.edited_values, static_cast<size_t>(node.entry_),
+                                  static_cast<size_t>(lastDescendant(data, node.entry_)));
 }
 
 }  // namespace teskpf

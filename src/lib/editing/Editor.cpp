@@ -289,6 +289,34 @@ struct Editor::State {
                [&](const ParsedFile &reread) { return sameAround(*parsed, reread, index, count, 0); });
     }
 
+    // One level of the file's indentation: what its first indented member
+    // adds to the indentation of its block's opening line; a tab when no
+    // member is indented.
+    std::string indentUnit() const {
+        for (const FileEntry &e : entries()) {
+            if (e.parent < 0 || e.kind == EntryKind::Note) continue;
+            const std::string_view own = leadingWhiteSpace(parsed->lineText(e));
+            const std::string_view outer = leadingWhiteSpace(parsed->lineText(entry(static_cast<size_t>(e.parent))));
+            if (own.size() > outer.size() && own.substr(0, outer.size()) == outer)
+                return std::string(own.substr(outer.size()));
+        }
+        return "\t";
+    }
+
+    // The white space between the key and the value (`comment` false) or the
+    // value and the comment of the file's first value line that has both;
+    // a tab when none has.
+    std::string firstGap(bool comment) const {
+        for (const FileEntry &e : entries()) {
+            if (e.kind != EntryKind::Value || !e.key.size || !e.value.size || (comment && !e.comment.size)) continue;
+            const size_t begin = comment ? e.value.end() : e.key.end();
+            const size_t end = comment ? e.comment.begin : e.value.begin;
+            const std::string_view gap = text().substr(begin, end - begin);
+            if (!gap.empty() && trimmedWhiteSpace(gap).empty()) return std::string(gap);
+        }
+        return "\t";
+    }
+
     void add(std::string_view path, std::string_view value, std::string_view comment);
     void refreshRevision();
 };
@@ -402,8 +430,10 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
             if (note.kind == LayoutNoteKind::StrayClose) at = note.line_begin;
     }
 
-    // Layout copied from the sibling: indentation, separators, line break.
-    std::string indent = "\t", key_gap = "\t", comment_gap = "\t";
+    // Layout copied from the sibling: indentation, separators, line break;
+    // without a sibling, the file's own.
+    const std::string unit = indentUnit();
+    std::string indent = unit, key_gap, comment_gap;
     std::string line_break = lineBreakBefore(text(), at);
     if (last_member >= 0) {
         const FileEntry &sibling = entry(static_cast<size_t>(last_member));
@@ -414,12 +444,12 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
             comment_gap = std::string(text().substr(sibling.value.end(), sibling.comment.begin - sibling.value.end()));
         line_break = lineBreakBefore(text(), nextLine(text(), sibling.line_begin));
     } else if (parent >= 0) {
-        indent = std::string(leadingWhiteSpace(parsed->lineText(entry(static_cast<size_t>(parent))))) + "\t";
+        indent = std::string(leadingWhiteSpace(parsed->lineText(entry(static_cast<size_t>(parent))))) + unit;
     } else {
         indent.clear();
     }
-    if (trimmedWhiteSpace(key_gap).size() || key_gap.empty()) key_gap = "\t";
-    if (trimmedWhiteSpace(comment_gap).size() || comment_gap.empty()) comment_gap = "\t";
+    if (trimmedWhiteSpace(key_gap).size() || key_gap.empty()) key_gap = firstGap(false);
+    if (trimmedWhiteSpace(comment_gap).size() || comment_gap.empty()) comment_gap = firstGap(true);
 
     std::string lines;
     if (at == text().size() && !text().empty() && text().back() != '\n') lines.append(line_break);
@@ -430,7 +460,7 @@ void Editor::State::add(std::string_view path, std::string_view value, std::stri
         if (components[i].position < 0) lines.append(components[i].name).append(" ");
         lines.append(openingOf(BlockKind::Arr)).append(line_break);
         closings.push_back(level_indent + kCloseBrace + line_break);
-        level_indent.append("\t");
+        level_indent.append(unit);
     }
     lines.append(level_indent);
     if (components.back().position < 0) {
@@ -544,7 +574,15 @@ void Editor::removeAtLine(long line) {
     state_->removeAt(state_->indexOfLine(line, what), what);
 }
 
-void Editor::save() { saveAs(state_->name); }
+void Editor::save() {
+    // Nothing changed since the file was read: it stays as it is, not even
+    // its time changes.
+    if (!state_->changed && state_->identity) {
+        state_->lock.reset();
+        return;
+    }
+    saveAs(state_->name);
+}
 
 void Editor::saveAs(const std::string &path) {
     state_->refreshRevision();

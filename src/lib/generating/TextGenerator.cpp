@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "parsing/Revision.h"
+#include "store/AnnotationInEffect.h"
 #include "store/EntryStore.h"
 #include "syntax/BlockSyntax.h"
 #include "syntax/LineLexer.h"
@@ -73,26 +74,48 @@ std::string TextWriter::finish() {
     return std::move(out);
 }
 
+namespace {
+
+// Entry `at` as the writer takes it, `shift` levels further out.
+TextLine lineOf(const detail::Store &store, size_t at, const detail::EditedTexts &values,
+                const detail::EditedTexts &comments, int shift, std::string (&buffers)[3]) {
+    const int index = static_cast<int>(at);
+    TextLine line;
+    line.level = store.entryOf(at).level - shift;
+    line.revision = store.isRevisionEntry(at);
+    if (line.revision) return line;
+    line.key = store.writtenKey(at, buffers[0]);
+    line.value = detail::editedOr(values, index, [&] { return store.value(at, buffers[1]); });
+    line.comment = detail::editedOr(comments, index, [&] { return store.comment(at, buffers[2]); });
+    line.constraints = store.constraints(at);
+    return line;
+}
+
+}  // namespace
+
 std::string generateText(const detail::Store &store, const detail::EditedTexts &values,
-                         const detail::EditedTexts &comments) {
+                         const detail::EditedTexts &comments, detail::AnnotationInEffect *in_effect) {
     TextWriter writer;
-    std::string key_buffer;
-    std::string value_buffer;
-    std::string comment_buffer;
+    std::string buffers[3];
     for (size_t at = 0; at < store.size(); ++at) {
-        const int index = static_cast<int>(at);
-        TextLine line;
-        line.level = store.entryOf(at).level;
-        line.revision = store.isRevisionEntry(at);
-        if (line.revision) {
-            writer.add(line);
-            continue;
+        TextLine line = lineOf(store, at, values, comments, 0, buffers);
+        // A value whose annotation comes from the lower definition it
+        // overrides gets that annotation on its line.
+        if (in_effect && !line.revision && line.constraints.empty() && !store.entryOf(at).opensBlock()) {
+            const detail::FoundAnnotation found = in_effect->of(at);
+            if (found.origin == AnnotationOrigin::Overridden) line.constraints = found.text();
         }
-        line.key = store.writtenKey(at, key_buffer);
-        line.value = detail::editedOr(values, index, [&] { return store.value(at, value_buffer); });
-        line.comment = detail::editedOr(comments, index, [&] { return store.comment(at, comment_buffer); });
-        line.constraints = store.constraints(at);
         writer.add(line);
+    }
+    return writer.finish();
+}
+
+std::string generateEntries(const detail::Store &store, const detail::EditedTexts &values, size_t first, size_t last) {
+    TextWriter writer;
+    std::string buffers[3];
+    const int shift = store.entryOf(first).level;
+    for (size_t at = first; at <= last; ++at) {
+        if (!store.isNote(at)) writer.add(lineOf(store, at, values, detail::EditedTexts(), shift, buffers));
     }
     return writer.finish();
 }

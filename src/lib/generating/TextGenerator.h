@@ -38,12 +38,19 @@ private:
 
 namespace detail {
 class Store;
-}
+class AnnotationInEffect;
+}  // namespace detail
 
 // The text of a store's merged entries, with the edited values and comments
 // in place of what the files hold: what TeskPf::write and Document::save
-// write.
+// write. With `in_effect` (on `store`), a value line whose annotation in
+// effect comes from a lower file's definition gets that annotation written
+// on it, so that the text alone is checked as the layers are.
 std::string generateText(const detail::Store &store, const detail::EditedTexts &values,
-                         const detail::EditedTexts &comments);
+                         const detail::EditedTexts &comments, detail::AnnotationInEffect *in_effect = nullptr);
+
+// The text of entries `first` to `last` (inclusive; an entry and its
+// members), comment-only lines left out, indented from `first`'s level.
+std::string generateEntries(const detail::Store &store, const detail::EditedTexts &values, size_t first, size_t last);
 
 }  // namespace teskpf
