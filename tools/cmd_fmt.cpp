@@ -1,5 +1,4 @@
 // teskpf fmt NAME [-o FILE]: the regenerated parameter-file text.
-#include <iostream>
 
 #include <teskpf/flatten.h>
 #include <teskpf/search.h>
@@ -15,10 +14,7 @@ namespace {
 int runFmt(const CommandLine &line) {
     if (teskpf::parameterFiles(line.positional[0]).empty()) throwNoParameterFile(line.positional[0]);
     const std::string text = teskpf::flattenedText(line.positional[0]);
-    if (line.has("-o"))
-        writeTextToOutput(text, line.value("-o"));
-    else
-        std::cout << text;
+    printOrWriteText(text, line);
     return kExitOk;
 }
 

@@ -8,10 +8,10 @@
 
 #include <TeskPf.h>
 #include <teskpf/document.h>
-#include <teskpf/save.h>
 
 #include "command.h"
 #include "json_output.h"
+#include "param_files.h"
 #include "tool_error.h"
 
 namespace teskpf_tool {
@@ -154,11 +154,7 @@ int runImport(const CommandLine &line) {
     exported.erase(kRevisionKey);
     expected.erase(kRevisionKey);
     if (exported != expected) throw ToolError("import: the JSON does not survive as a parameter file", kExitFailed);
-    const std::string text = document.toString();
-    if (line.has("-o"))
-        teskpf::saveFile(line.value("-o"), text);
-    else
-        std::cout << text;
+    printOrWriteText(document.toString(), line);
     return kExitOk;
 }
 

@@ -1,5 +1,7 @@
 #include "param_files.h"
 
+#include <iostream>
+
 #include <teskpf/save.h>
 #include <teskpf/search.h>
 
@@ -49,6 +51,13 @@ void writeToOutput(const TeskPf &pf, const std::string &file) {
 void writeTextToOutput(const std::string &text, const std::string &file) {
     if (text.empty()) throwNothingToWrite(file);
     teskpf::saveFile(file, text);
+}
+
+void printOrWriteText(const std::string &text, const CommandLine &line) {
+    if (line.has("-o"))
+        writeTextToOutput(text, line.value("-o"));
+    else
+        std::cout << text;
 }
 
 }  // namespace teskpf_tool

@@ -7,6 +7,8 @@
 #include <TeskPf.h>
 #include <teskpf/document.h>
 
+#include "cli_args.h"
+
 namespace teskpf_tool {
 
 // Throws ToolError (exit 2) saying that `name` resolves to no file: what it
@@ -36,5 +38,8 @@ std::string writeParameterFile(const TeskPf &pf, const std::string &file);
 void writeToOutput(const TeskPf &pf, const std::string &file);
 // The same for `text`, the text of some entries ("" for none).
 void writeTextToOutput(const std::string &text, const std::string &file);
+// `text` saved with writeTextToOutput to the file of `line`'s -o, or printed
+// on standard output without one.
+void printOrWriteText(const std::string &text, const CommandLine &line);
 
 }  // namespace teskpf_tool
