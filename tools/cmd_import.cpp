@@ -154,7 +154,7 @@ int runImport(const CommandLine &line) {
     exported.erase(kRevisionKey);
     expected.erase(kRevisionKey);
     if (exported != expected) throw ToolError("import: the JSON does not survive as a parameter file", kExitFailed);
-    printOrWriteText(document.toString(), line);
+    printOrWriteText(document.toString(), line, true);  // {} is the empty file
     return kExitOk;
 }
 

@@ -53,8 +53,10 @@ void writeTextToOutput(const std::string &text, const std::string &file) {
     teskpf::saveFile(file, text);
 }
 
-void printOrWriteText(const std::string &text, const CommandLine &line) {
-    if (line.has("-o"))
+void printOrWriteText(const std::string &text, const CommandLine &line, bool empty_ok) {
+    if (line.has("-o") && empty_ok)
+        teskpf::saveFile(line.value("-o"), text);
+    else if (line.has("-o"))
         writeTextToOutput(text, line.value("-o"));
     else
         std::cout << text;

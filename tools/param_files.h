@@ -38,8 +38,8 @@ std::string writeParameterFile(const TeskPf &pf, const std::string &file);
 void writeToOutput(const TeskPf &pf, const std::string &file);
 // The same for `text`, the text of some entries ("" for none).
 void writeTextToOutput(const std::string &text, const std::string &file);
-// `text` saved with writeTextToOutput to the file of `line`'s -o, or printed
-// on standard output without one.
-void printOrWriteText(const std::string &text, const CommandLine &line);
+// `text` saved with writeTextToOutput to the file of `line`'s -o (an empty
+// text too when `empty_ok`), or printed on standard output without one.
+void printOrWriteText(const std::string &text, const CommandLine &line, bool empty_ok = false);
 
 }  // namespace teskpf_tool
