@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
-#include <iterator>
 
 #include <teskpf/diagnostics.h>
 #include <teskpf/error.h>
@@ -37,9 +36,9 @@ std::vector<std::string> parameterFilesBelow(const std::string &dir) {
 // layered; or, for a directory, each *.pf file below it alone. Adds the
 // files checked to `files`.
 std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, size_t &files) {
-    if (arg == "-") {
+    if (arg == kStandardInput) {
         ++files;
-        return teskpf::checkText(std::string(std::istreambuf_iterator<char>(std::cin), {}), "<stdin>");
+        return teskpf::checkText(readStandardInput(), "<stdin>");
     }
     std::error_code ignored;
     if (fs::is_directory(arg, ignored)) {

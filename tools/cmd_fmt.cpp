@@ -1,5 +1,6 @@
 // teskpf fmt NAME [-o FILE]: the regenerated parameter-file text.
 
+#include <teskpf/document.h>
 #include <teskpf/flatten.h>
 #include <teskpf/search.h>
 
@@ -12,9 +13,14 @@ namespace teskpf_tool {
 namespace {
 
 int runFmt(const CommandLine &line) {
-    if (teskpf::parameterFiles(line.positional[0]).empty()) throwNoParameterFile(line.positional[0]);
-    const std::string text = teskpf::flattenedText(line.positional[0]);
-    printOrWriteText(text, line);
+    const std::string &name = line.positional[0];
+    if (name == kStandardInput) {
+        // Text read alone: no layers, so nothing to take from lower files.
+        printOrWriteText(teskpf::Document::parse(readStandardInput(), "<stdin>").toString(), line);
+        return kExitOk;
+    }
+    if (teskpf::parameterFiles(name).empty()) throwNoParameterFile(name);
+    printOrWriteText(teskpf::flattenedText(name), line);
     return kExitOk;
 }
 
@@ -30,9 +36,9 @@ Command fmtCommand() {
             "escaped. A value that takes the annotation in effect from a lower\n"
             "file's definition it overrides gets that annotation on its line, so\n"
             "that the text alone checks as the layers do. A pf_revision_time line\n"
-            "gets the current time. With -o the\n"
-            "text is saved atomically to exactly FILE, which keeps its owner, group,\n"
-            "mode and extended attributes.\n",
+            "gets the current time. With -o the text is saved atomically to\n"
+            "exactly FILE, which keeps its owner, group, mode and extended\n"
+            "attributes. NAME \"-\" reads the text of one file from standard input.\n",
             {{{"-o", true, true}}, {"NAME"}, 1, false},
             runFmt,
             "teskpf fmt station.pf -o station-tidy.pf"};

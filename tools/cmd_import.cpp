@@ -2,7 +2,6 @@
 #include <cctype>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <sstream>
 #include <vector>
 
@@ -20,7 +19,7 @@ namespace {
 
 // The JSON text of `file`, "-" being standard input.
 std::string readInput(const std::string &file) {
-    if (file == "-") return std::string(std::istreambuf_iterator<char>(std::cin), {});
+    if (file == kStandardInput) return readStandardInput();
     std::ifstream in(file, std::ios::binary);
     if (!in) throw ToolError("cannot read '" + file + "'", kExitError);
     std::ostringstream text;

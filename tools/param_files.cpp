@@ -1,6 +1,7 @@
 #include "param_files.h"
 
 #include <iostream>
+#include <iterator>
 
 #include <teskpf/save.h>
 #include <teskpf/search.h>
@@ -8,6 +9,8 @@
 #include "tool_error.h"
 
 namespace teskpf_tool {
+
+std::string readStandardInput() { return std::string(std::istreambuf_iterator<char>(std::cin), {}); }
 
 void throwNoParameterFile(const std::string &name) { throw ToolError(teskpf::namedFiles(name).why, kExitError); }
 

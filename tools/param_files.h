@@ -23,6 +23,12 @@ TeskPf loadParameterFile(const std::string &name);
 // loadParameterFile.
 teskpf::Document loadDocument(const std::string &name);
 
+// The name that stands for standard input wherever a file is read.
+inline constexpr const char *kStandardInput = "-";
+
+// All of standard input, byte for byte.
+std::string readStandardInput();
+
 // The file part of an entry's source "file:line".
 std::string sourceFile(const std::string &source);
 

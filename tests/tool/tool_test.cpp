@@ -281,7 +281,7 @@ TEST_F(Tool, FileOptionsExpandTheHomeDirectory) {
 }
 
 // "-" reads standard input for check and import.
-TEST(StandardInput, CheckAndImportReadIt) {
+TEST(StandardInput, CheckFmtAndImportReadIt) {
     const auto piped = [](const std::string &input, const std::string &args) {
         const std::string command = "printf '" + input + "' | '" TESKPF_TOOL "' " + args + " 2>&1";
         FILE *pipe = popen(command.c_str(), "r");
@@ -295,4 +295,5 @@ TEST(StandardInput, CheckAndImportReadIt) {
               "1|<stdin>:1:6: error: value 'x' does not satisfy '<int>'; change the value or the annotation "
               "[value-mismatch]\n");
     EXPECT_EQ(piped("{\"a\": [\"b\"]}", "import -"), "0|a &Tbl{\n\tb\n}\n");
+    EXPECT_EQ(piped("a   1 #<int>\nb &Arr{\n c  2\n}\n", "fmt -"), "0|a\t1\t#<int> \nb &Arr{\n\tc\t2\n}\n");
 }
