@@ -9,6 +9,7 @@
 #include <teskpf/document.h>
 
 #include "command.h"
+#include "json_input.h"
 #include "json_output.h"
 #include "param_files.h"
 #include "tool_error.h"
@@ -79,6 +80,7 @@ struct Frame {
     const Json *container;
     Json::const_iterator next;
     std::string path;
+    size_t position = 0;  // of `next` in the container
 };
 
 // The parameter-file text of `json`, one line per member, nested blocks
@@ -96,7 +98,7 @@ std::string parameterText(const Json &json) {
             continue;
         }
         const bool in_list = frame.container->is_array();
-        const size_t position = static_cast<size_t>(std::distance(frame.container->begin(), frame.next));
+        const size_t position = frame.position++;
         const std::string path =
             in_list ? frame.path + "[" + std::to_string(position) + "]" : memberPath(frame.path, frame.next.key());
         std::string line = indent;
@@ -139,12 +141,7 @@ Json asExported(const Json &json) {
 
 int runImport(const CommandLine &line) {
     const std::string &file = line.positional[0];
-    Json json;
-    try {
-        json = Json::parse(readInput(file));
-    } catch (const Json::parse_error &error) {
-        throw ToolError("import: '" + file + "' is not JSON: " + error.what(), kExitFailed);
-    }
+    const Json json = parseOrderedJson(readInput(file), file);
     const std::string name = line.has("-o") ? line.value("-o") : "<import>";
     const teskpf::Document document = teskpf::Document::parse(parameterText(json), name);
     // The written file must export as the JSON it came from.

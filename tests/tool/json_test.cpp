@@ -107,6 +107,7 @@ TEST(Json, ImportRefusesWhatCannotBeRepresented) {
         {R"({"v": "&Arr{"})", "a value that opens a block"},
         {R"({"pf_revision_time": {}})", "a block pf_revision_time"},
         {R"({"a": )", "is not JSON"},
+        {R"({"a": [1] [2]})", "is not JSON"},
     };
     test_support::TempDir dir;
     for (auto [json, message] : cases) {
@@ -116,6 +117,21 @@ TEST(Json, ImportRefusesWhatCannotBeRepresented) {
         EXPECT_NE(run.err.find(message), std::string::npos) << json << " -> " << run.err;
         EXPECT_FALSE(std::filesystem::exists(dir.path() + "/out.pf")) << json;
     }
+}
+
+// A key given twice keeps its first place and takes its last value; nesting
+// past the reading depth is refused before anything recurses on it.
+TEST(Json, ImportKeepsKeyOrderAndBoundsTheDepth) {
+    test_support::TempDir dir;
+    dir.write("twice.json", R"({"b": 1, "a": {"x": 1}, "b": 2, "c": 3})");
+    const ToolRun twice = runTool({"import", "twice.json"}, dir.path(), ".");
+    EXPECT_EQ(twice.status, 0) << twice.err;
+    EXPECT_EQ(twice.out, "b\t2\na &Arr{\n\tx\t1\n}\nc\t3\n");
+    const std::string deep = R"({"a": )" + std::string(2000, '[') + "1" + std::string(2000, ']') + "}";
+    dir.write("deep.json", deep);
+    const ToolRun refused = runTool({"import", "deep.json"}, dir.path(), ".");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("nests deeper than 1000 levels"), std::string::npos) << refused.err;
 }
 
 // Every example and test file that exports comes back as the same JSON
