@@ -41,7 +41,7 @@ Command helpCommand() {
             "Without COMMAND, the same text as 'teskpf --help'; with it, the same\n"
             "as 'teskpf COMMAND --help'.\n"
             "  --man              the manual page teskpf(1), in roff\n"
-            "  --markdown         the tool reference docs/tool.md, in Markdown\n"
+            "  --markdown         the reference part of docs/tool.md, in Markdown\n"
             "  --bash-completion  a bash script completing commands and options\n",
             {{{"--man", false}, {"--markdown", false}, {"--bash-completion", false}}, {"COMMAND"}, 0, false},
             runHelp,

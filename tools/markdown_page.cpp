@@ -21,6 +21,9 @@ std::string capitalized(std::string text) {
 
 }  // namespace
 
+const char *const kEndOfGeneratedReference =
+    "<!-- End of the generated reference. The sessions below are written by hand; CI runs each one. -->";
+
 void printMarkdownPage() {
     std::cout << "# The `teskpf` tool\n\n"
               << "<!-- Written by `teskpf help --markdown` from the tool's help text; do not edit. -->\n\n"
@@ -40,6 +43,7 @@ void printMarkdownPage() {
         printLiteral(command.details);
         if (!command.example.empty()) std::cout << "\nExample:\n\n```sh\n" << command.example << "\n```\n";
     }
+    std::cout << "\n" << kEndOfGeneratedReference << "\n";
 }
 
 }  // namespace teskpf_tool

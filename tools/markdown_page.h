@@ -4,7 +4,12 @@
 
 namespace teskpf_tool {
 
-// Prints the reference in Markdown on standard output.
+// The line that ends the generated reference; docs/tool.md goes on after it
+// with shell sessions written by hand.
+extern const char *const kEndOfGeneratedReference;
+
+// Prints the reference in Markdown on standard output, ending with
+// kEndOfGeneratedReference.
 void printMarkdownPage();
 
 }  // namespace teskpf_tool

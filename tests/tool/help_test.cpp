@@ -101,8 +101,11 @@ TEST(Help, ManPageIsTheGeneratedOneAndDescribesEveryCommand) {
 }
 
 TEST(Help, ToolReferenceIsTheGeneratedOneAndDescribesEveryCommand) {
+    // The page is the generated reference followed by sessions written by hand.
     const std::string page = readText(TESKPF_TOOL_REFERENCE);
-    EXPECT_EQ(page, output("help --markdown")) << "regenerate it: teskpf help --markdown > docs/tool.md";
+    const std::string generated = output("help --markdown");
+    EXPECT_EQ(page.substr(0, generated.size()), generated)
+        << "regenerate its first part: teskpf help --markdown, up to the line that ends it";
     for (const std::string &name : commandNames())
         EXPECT_NE(page.find("\n## teskpf " + name + "\n"), std::string::npos) << name;
 }
