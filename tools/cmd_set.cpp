@@ -52,7 +52,7 @@ void setInFile(const CommandLine &line, const std::string &key, const std::strin
 // -o FILE: the merged entries with KEY set, saved to FILE.
 void setToOutput(const CommandLine &line, const std::string &key, const std::string &value,
                  const teskpf::LockWait &wait) {
-    LockedMergedSource source = lockMergedSourceOf(line.positional[0], key, wait);
+    LockedMergedSource source = lockMergedSourceOf("set", line.positional[0], key, wait);
     if (isBlockOpening(source.pf, source.index)) throwIsBlock(key);
     // The edit is tried on the source file first, so that -o refuses what an
     // in-place edit refuses.
@@ -79,7 +79,7 @@ int runSet(const CommandLine &line) {
         setToOutput(line, key, value, wait);
         return kExitOk;
     }
-    LockedTarget target = lockSetTargetOf(name, key, wait);
+    LockedTarget target = lockSetTargetOf("set", name, key, wait);
     if (target.opens_block) throwIsBlock(key);
     teskpf::Editor editor = openForEditing("set", target.file, true);
     editAndSave("set", editor, [&](teskpf::Editor &e) {

@@ -19,7 +19,7 @@ int runUnset(const CommandLine &line) {
         editAndSave("unset", editor, [&](teskpf::Editor &e) { e.remove(key); });
         return kExitOk;
     }
-    LockedSource source = lockSourceOf(name, key, wait);
+    LockedSource source = lockSourceOf("unset", name, key, wait);
     teskpf::Editor editor = openForEditing("unset", source.file, true);
     editAndSave("unset", editor, [&](teskpf::Editor &e) { e.removeAtLine(source.line); });
     return kExitOk;

@@ -30,10 +30,21 @@ struct Place {
 // reading, and another editor may change which line supplies the key before
 // the lock is held: `find` runs again under the lock until both agree, and
 // what it found last stands.
-teskpf::FileLock lockWhereFound(const std::function<Place()> &find, const teskpf::LockWait &wait) {
+// The lock on `file`; a failure to take it (a timeout among them) is the
+// command's error, as for an editor opened with --file.
+teskpf::FileLock lockFile(const std::string &command, const std::string &file, const teskpf::LockWait &wait) {
+    try {
+        return teskpf::FileLock(file, wait);
+    } catch (const teskpf::Error &error) {
+        throw ToolError(command + ": " + error.what(), kExitError);
+    }
+}
+
+teskpf::FileLock lockWhereFound(const std::string &command, const std::function<Place()> &find,
+                                const teskpf::LockWait &wait) {
     Place place = find();
     for (;;) {
-        teskpf::FileLock lock(place.file, wait);
+        teskpf::FileLock lock = lockFile(command, place.file, wait);
         Place now = find();
         if (now == place) return lock;
         place = std::move(now);
@@ -42,9 +53,11 @@ teskpf::FileLock lockWhereFound(const std::function<Place()> &find, const teskpf
 
 }  // namespace
 
-LockedSource lockSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {
+LockedSource lockSourceOf(const std::string &command, const std::string &name, const std::string &key,
+                          const teskpf::LockWait &wait) {
     teskpf::KeySource source;
     teskpf::FileLock lock = lockWhereFound(
+        command,
         [&] {
             if (teskpf::parameterFiles(name).empty()) throwNoParameterFile(name);
             std::optional<teskpf::KeySource> found = teskpf::findKeySource(name, key);
@@ -75,11 +88,13 @@ std::vector<std::string> enclosingPaths(const std::string &key) {
 
 }  // namespace
 
-LockedTarget lockSetTargetOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {
+LockedTarget lockSetTargetOf(const std::string &command, const std::string &name, const std::string &key,
+                             const teskpf::LockWait &wait) {
     std::string file;
     long line = -1;
     bool opens_block = false;
     teskpf::FileLock lock = lockWhereFound(
+        command,
         [&] {
             const std::vector<std::string> files = teskpf::parameterFiles(name);
             if (files.empty()) throwNoParameterFile(name);
@@ -134,11 +149,13 @@ void refuseHidingAddition(const std::string &name, const std::string &key, const
                     kExitError);
 }
 
-LockedMergedSource lockMergedSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait) {
+LockedMergedSource lockMergedSourceOf(const std::string &command, const std::string &name, const std::string &key,
+                                      const teskpf::LockWait &wait) {
     std::optional<TeskPf> pf;
     int index = -1;
     Place place;
     teskpf::FileLock lock = lockWhereFound(
+        command,
         [&] {
             pf.reset();  // one merged view at a time
             pf.emplace(loadParameterFile(name));

@@ -29,7 +29,8 @@ struct LockedSource {
 // Waits for the lock as `wait` says. Throws ToolError: exit 2 when `name`
 // resolves to no file or the lock is not had in time, exit 1 when it has no
 // `key`. Reads one file at a time; no merged view is built.
-LockedSource lockSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait);
+LockedSource lockSourceOf(const std::string &command, const std::string &name, const std::string &key,
+                          const teskpf::LockWait &wait);
 
 // Where `teskpf set` puts KEY for `name`: the line that supplies its value in
 // effect, or, when no file has it, the file it is added to: the one that
@@ -41,7 +42,8 @@ struct LockedTarget {
     bool opens_block;  // the line opens a block
     teskpf::FileLock lock;
 };
-LockedTarget lockSetTargetOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait);
+LockedTarget lockSetTargetOf(const std::string &command, const std::string &name, const std::string &key,
+                             const teskpf::LockWait &wait);
 
 // Throws ToolError (exit 2) when adding `key` to `editor`'s file would create
 // a block there that a file earlier on the search for `name` supplies in
@@ -57,7 +59,8 @@ struct LockedMergedSource {
     long line;
     teskpf::FileLock lock;
 };
-LockedMergedSource lockMergedSourceOf(const std::string &name, const std::string &key, const teskpf::LockWait &wait);
+LockedMergedSource lockMergedSourceOf(const std::string &command, const std::string &name, const std::string &key,
+                                      const teskpf::LockWait &wait);
 
 // How long --wait SECONDS lets `command` wait for a lock; without it, until
 // the lock is held. Throws UsageError for a value that is not a number of

@@ -278,9 +278,9 @@ TEST(EditTool, WaitBoundsTheLockWait) {
     close(ready[0]);
     const std::string timed_out = "cannot lock './shared.pf': timed out after ";
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"set", "--wait", "0.2", "shared", "k", "1"}, "teskpf: " + timed_out + "0.2 s\n"},
+        {{"set", "--wait", "0.2", "shared", "k", "1"}, "teskpf: set: " + timed_out + "0.2 s\n"},
         {{"set", "--wait", "0", "--file", "shared.pf", "shared", "k", "1"}, "teskpf: set: " + timed_out + "0 s\n"},
-        {{"unset", "--wait", "0.1", "shared", "k"}, "teskpf: " + timed_out + "0.1 s\n"},
+        {{"unset", "--wait", "0.1", "shared", "k"}, "teskpf: unset: " + timed_out + "0.1 s\n"},
         {{"unset", "--wait", "0", "--file", "shared.pf", "shared", "k"}, "teskpf: unset: " + timed_out + "0 s\n"},
         {{"set", "--wait", "soon", "shared", "k", "1"},
          "teskpf: set: --wait takes a number of seconds, not 'soon' (see 'teskpf set --help')\n"},
