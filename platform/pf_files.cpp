@@ -33,18 +33,6 @@ bool is_readable_file(const std::string &path, struct stat &info) {
     return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), R_OK) == 0;
 }
 
-// `paths` with every file that a later path names again (the same device
-// and inode: a repeated directory, another spelling of it or a link to it)
-// left out. Keeping the last one keeps each file where it takes precedence.
-std::vector<std::string> last_of_each_file(std::vector<std::pair<std::string, struct stat>> &paths) {
-    std::set<std::pair<dev_t, ino_t>> seen;
-    std::vector<std::string> kept;
-    for (size_t i = paths.size(); i-- > 0;)
-        if (seen.insert({paths[i].second.st_dev, paths[i].second.st_ino}).second)
-            kept.push_back(std::move(paths[i].first));
-    return std::vector<std::string>(std::make_move_iterator(kept.rbegin()), std::make_move_iterator(kept.rend()));
-}
-
 // A Tbl of copies of `paths`, the copies packed in one block the Tbl owns.
 Tbl *path_list(const std::vector<std::string> &paths) {
     size_t bytes = 0;
@@ -71,8 +59,9 @@ std::string pf_search_path() {
     return path && *path ? path : ".";
 }
 
-std::vector<std::string> pf_search_directories() {
-    const std::string path = pf_search_path();
+std::vector<std::string> pf_search_directories() { return pf_split_search_path(pf_search_path()); }
+
+std::vector<std::string> pf_split_search_path(const std::string &path) {
     std::vector<std::string> directories;
     for (size_t start = 0; start <= path.size();) {
         size_t end = path.find(':', start);
@@ -84,21 +73,34 @@ std::vector<std::string> pf_search_directories() {
     return directories;
 }
 
+std::vector<pf_found_file> pf_find_files(const std::vector<std::string> &directories, const std::string &file) {
+    std::vector<std::pair<pf_found_file, struct stat>> found;
+    for (size_t i = 0; i < directories.size(); ++i) {
+        std::string candidate = join(directories[i], file);
+        struct stat info;
+        if (is_readable_file(candidate, info)) found.push_back({{std::move(candidate), i}, info});
+    }
+    std::set<std::pair<dev_t, ino_t>> seen;
+    std::vector<pf_found_file> kept;
+    for (size_t i = found.size(); i-- > 0;)
+        if (seen.insert({found[i].second.st_dev, found[i].second.st_ino}).second)
+            kept.push_back(std::move(found[i].first));
+    return std::vector<pf_found_file>(std::make_move_iterator(kept.rbegin()), std::make_move_iterator(kept.rend()));
+}
+
 extern "C" Tbl *pffiles(const char *name, int flags) {
     if (!name || !*name || flags != 0) return nullptr;
     try {
-        std::string file = with_suffix(name);
-        std::vector<std::string> candidates;
-        if (strchr(name, '/'))
-            candidates.push_back(file);
-        else
-            for (const std::string &directory : pf_search_directories()) candidates.push_back(join(directory, file));
-        std::vector<std::pair<std::string, struct stat>> found;
-        for (std::string &candidate : candidates) {
+        const std::string file = with_suffix(name);
+        std::vector<std::string> paths;
+        if (strchr(name, '/')) {
             struct stat info;
-            if (is_readable_file(candidate, info)) found.emplace_back(std::move(candidate), info);
+            if (is_readable_file(file, info)) paths.push_back(file);
+        } else {
+            for (pf_found_file &found : pf_find_files(pf_search_directories(), file))
+                paths.push_back(std::move(found.path));
         }
-        return found.empty() ? nullptr : path_list(last_of_each_file(found));
+        return paths.empty() ? nullptr : path_list(paths);
     } catch (const std::bad_alloc &) {
         return nullptr;
     }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <teskpf/export.h>
+#include <teskpf/layer_text.h>
 
 namespace teskpf {
 
@@ -44,5 +45,10 @@ TESKPF_API std::vector<Diagnostic> checkText(std::string_view text, const std::s
 // expanded), and the values in effect once they are layered. Throws IoError
 // when the name resolves to no file or a file cannot be read.
 TESKPF_API std::vector<Diagnostic> checkName(const std::string &name);
+
+// Checks the layers `layers` (lowest precedence first) as checkName checks
+// the files of a name, each text given or read from its path. Throws IoError
+// when a file to read cannot be read.
+TESKPF_API std::vector<Diagnostic> checkLayers(const std::vector<LayerText> &layers);
 
 }  // namespace teskpf

@@ -14,4 +14,19 @@ std::string pf_search_path();
 // empty ones skipped; "." when there is none.
 std::vector<std::string> pf_search_directories();
 
+// `path` split into directories as the search path is.
+std::vector<std::string> pf_split_search_path(const std::string &path);
+
+// A file found along a list of directories, and the index of its directory.
+struct pf_found_file {
+    std::string path;
+    size_t directory;
+};
+
+// The readable regular files DIRECTORY/FILE of `directories`, in their
+// order, each file once: a file that a later directory names again (a
+// repeated directory, another spelling of it, a link to it) is kept at its
+// last place only, where it takes precedence.
+std::vector<pf_found_file> pf_find_files(const std::vector<std::string> &directories, const std::string &file);
+
 #endif

@@ -33,7 +33,7 @@ void checkLayeredKeyPaths(const Layers &layers, std::vector<Diagnostic> &out) {
     }
 }
 
-std::vector<Diagnostic> checkLayers(const Layers &layers) {
+std::vector<Diagnostic> checkAll(const Layers &layers) {
     std::vector<Diagnostic> out;
     bool all_text = true;
     bool deep = false;  // a file's key paths exceed the budget of reading it alone
@@ -74,12 +74,14 @@ std::vector<Diagnostic> checkLayers(const Layers &layers) {
 
 }  // namespace
 
-std::vector<Diagnostic> checkFile(const std::string &path) { return checkLayers(Layers::ofFile(path)); }
+std::vector<Diagnostic> checkFile(const std::string &path) { return checkAll(Layers::ofFile(path)); }
 
 std::vector<Diagnostic> checkText(std::string_view text, const std::string &name) {
-    return checkLayers(Layers::ofText(text, name));
+    return checkAll(Layers::ofText(text, name));
 }
 
-std::vector<Diagnostic> checkName(const std::string &name) { return checkLayers(Layers::ofName(name)); }
+std::vector<Diagnostic> checkName(const std::string &name) { return checkAll(Layers::ofName(name)); }
+
+std::vector<Diagnostic> checkLayers(const std::vector<LayerText> &layers) { return checkAll(Layers::ofTexts(layers)); }
 
 }  // namespace teskpf
