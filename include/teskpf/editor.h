@@ -99,4 +99,9 @@ private:
     std::unique_ptr<State> state_;
 };
 
+// Why `name` cannot be the key of a member, written on a line and read back
+// as that same key (white space, "#", a leading "}" or block marker, ...);
+// "" when it can.
+TESKPF_API std::string keyNameProblem(std::string_view name);
+
 }  // namespace teskpf

@@ -12,5 +12,7 @@
 #include <teskpf/key_path.h>
 #include <teskpf/key_source.h>
 #include <teskpf/node.h>
+#include <teskpf/outline.h>
 #include <teskpf/save.h>
 #include <teskpf/search.h>
+#include <teskpf/words.h>

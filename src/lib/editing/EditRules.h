@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "teskpf/editor.h"
+
 namespace teskpf {
 
 // Why `value` cannot be written as the value of a member (a list member when
@@ -14,7 +16,6 @@ std::string valueProblem(std::string_view value, bool list_member);
 // Why `comment` cannot be written on a line; "" when it can.
 std::string commentProblem(std::string_view comment);
 
-// Why `name` cannot be written as the key of a new member; "" when it can.
-std::string keyNameProblem(std::string_view name);
+// keyNameProblem, why a name cannot be a key, is public: <teskpf/editor.h>.
 
 }  // namespace teskpf
