@@ -53,6 +53,9 @@ nlohmann::json OutlinedText::position(std::size_t offset) const {
     if (lineCount() == 0) return {{"line", 0}, {"character", 0}};
     const long line = lineOf(offset);
     const std::size_t begin = outline_.lines[static_cast<std::size_t>(line)].begin;
+    // Within or after the line break: the start of the next line (one past
+    // the last after a final line break).
+    if (offset - begin > lineText(line).size()) return {{"line", line + 1}, {"character", 0}};
     return {{"line", line}, {"character", characterOffset(lineText(line), offset - begin, encoding_)}};
 }
 
