@@ -100,9 +100,7 @@ void fixesOf(const Workspace &workspace, const TextDocument &document, const Out
     else if (rule == "text-after-close" && info.kind == teskpf::OutlineLineKind::Close)
         moveAfterBrace(text, line, offset, std::string(text.indentation(line)), fixes);
     else if (rule == "duplicate-key" && entry) {
-        const long last = entry->block == teskpf::OutlineBlock::None ? entry->line
-                          : entry->close_line >= 0                   ? entry->close_line
-                                                                     : text.lineCount() - 1;
+        const long last = text.lastLineOf(*entry);
         fixes.push_back({"Remove this definition of " + entry->key_path,
                          nlohmann::json::array({textEdit(text.range(text.linesRange(entry->line, last)), "")}), true});
     } else if (rule == "unclosed-block")
@@ -123,10 +121,10 @@ void fixesOf(const Workspace &workspace, const TextDocument &document, const Out
 }  // namespace
 
 nlohmann::json codeActions(const Workspace &workspace, const nlohmann::json &params) {
-    const TextDocument *document = documentOf(workspace, params);
-    if (!document) return nullptr;
-    const std::optional<OutlinedText> text = OutlinedText::of(document->text, workspace.encoding());
-    if (!text) return nullptr;
+    const std::optional<RequestedText> requested = requestedText(workspace, params);
+    if (!requested) return nullptr;
+    const TextDocument *document = requested->document;
+    const OutlinedText *text = &requested->text;
     nlohmann::json actions = nlohmann::json::array();
     const nlohmann::json context = params.value("context", nlohmann::json::object());
     if (!context.is_object() || !context.contains("diagnostics") || !context["diagnostics"].is_array()) return actions;

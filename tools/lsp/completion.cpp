@@ -120,10 +120,10 @@ nlohmann::json lowerKeys(const Workspace &workspace, const TextDocument &documen
 }  // namespace
 
 nlohmann::json completion(const Workspace &workspace, const nlohmann::json &params) {
-    const TextDocument *document = documentOf(workspace, params);
-    if (!document) return nullptr;
-    const std::optional<OutlinedText> text = OutlinedText::of(document->text, workspace.encoding());
-    if (!text) return nullptr;
+    const std::optional<RequestedText> requested = requestedText(workspace, params);
+    if (!requested) return nullptr;
+    const TextDocument *document = requested->document;
+    const OutlinedText *text = &requested->text;
     const std::optional<std::size_t> offset = text->offsetOf(params.value("position", nlohmann::json()));
     if (!offset) return nullptr;
     const long line = text->lineOf(*offset);

@@ -75,17 +75,30 @@ teskpf::TextRange OutlinedText::linesRange(long first, long last) const {
     return {begin, end};
 }
 
+long OutlinedText::lastLineOf(const teskpf::OutlineEntry &entry) const {
+    if (entry.block == teskpf::OutlineBlock::None) return entry.line;
+    return entry.close_line >= 0 ? entry.close_line : lineCount() - 1;
+}
+
 const teskpf::OutlineEntry *OutlinedText::memberAt(std::size_t offset) const {
     if (lineCount() == 0) return nullptr;
     const teskpf::OutlineLine &line = outline_.lines[static_cast<std::size_t>(lineOf(offset))];
     return line.entry < 0 ? nullptr : &outline_.entries[static_cast<std::size_t>(line.entry)];
 }
 
-std::optional<KeyAtPosition> keyAtPosition(const Workspace &workspace, const nlohmann::json &params) {
+std::optional<RequestedText> requestedText(const Workspace &workspace, const nlohmann::json &params) {
     const TextDocument *document = documentOf(workspace, params);
     if (!document) return std::nullopt;
     std::optional<OutlinedText> text = OutlinedText::of(document->text, workspace.encoding());
     if (!text) return std::nullopt;
+    return RequestedText{document, std::move(*text)};
+}
+
+std::optional<KeyAtPosition> keyAtPosition(const Workspace &workspace, const nlohmann::json &params) {
+    std::optional<RequestedText> requested = requestedText(workspace, params);
+    if (!requested) return std::nullopt;
+    const TextDocument *document = requested->document;
+    std::optional<OutlinedText> text = std::move(requested->text);
     const std::optional<std::size_t> offset = text->offsetOf(params.value("position", nlohmann::json()));
     if (!offset) return std::nullopt;
     const teskpf::OutlineEntry *entry = text->memberAt(*offset);

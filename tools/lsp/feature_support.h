@@ -44,6 +44,10 @@ public:
     // them removes.
     teskpf::TextRange linesRange(long first, long last) const;
 
+    // The last line of `entry`: its own, or the "}" closing the block it
+    // opens (the text's last line while that stays open).
+    long lastLineOf(const teskpf::OutlineEntry &entry) const;
+
     // The member whose line holds `offset`, or null.
     const teskpf::OutlineEntry *memberAt(std::size_t offset) const;
 
@@ -78,6 +82,14 @@ nlohmann::json definitionLocation(const Workspace &workspace, const std::string 
 
 // `text` as a Markdown code span.
 std::string codeSpan(std::string_view text);
+
+// The open document a request names and its text read; null for an
+// unknown document or one that does not read.
+struct RequestedText {
+    const TextDocument *document = nullptr;
+    OutlinedText text;
+};
+std::optional<RequestedText> requestedText(const Workspace &workspace, const nlohmann::json &params);
 
 // The open document params["textDocument"]["uri"] names, or null.
 const TextDocument *documentOf(const Workspace &workspace, const nlohmann::json &params);

@@ -5,8 +5,8 @@
 #include <teskpf/explain.h>
 
 #include "feature_groups.h"
-#include "features.h"
 #include "feature_support.h"
+#include "features.h"
 
 namespace teskpf_lsp {
 

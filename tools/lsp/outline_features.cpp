@@ -18,9 +18,7 @@ nlohmann::json symbolOf(const OutlinedText &text, const teskpf::OutlineEntry &en
     const teskpf::TextRange name_range = nameRange(entry);
     std::string name = entry.key.empty() ? "[" + std::to_string(entry.position) + "]"
                                          : std::string(source.substr(entry.key.begin, entry.key.end - entry.key.begin));
-    const long last_line = entry.block == teskpf::OutlineBlock::None ? entry.line
-                           : entry.close_line >= 0                   ? entry.close_line
-                                                                     : text.lineCount() - 1;
+    const long last_line = text.lastLineOf(entry);
     const std::size_t line_begin = text.outline().lines[static_cast<std::size_t>(entry.line)].begin;
     const std::size_t end =
         text.outline().lines[static_cast<std::size_t>(last_line)].begin + text.lineText(last_line).size();
@@ -41,10 +39,9 @@ nlohmann::json symbolOf(const OutlinedText &text, const teskpf::OutlineEntry &en
 }  // namespace
 
 nlohmann::json documentSymbols(const Workspace &workspace, const nlohmann::json &params) {
-    const TextDocument *document = documentOf(workspace, params);
-    if (!document) return nullptr;
-    const std::optional<OutlinedText> text = OutlinedText::of(document->text, workspace.encoding());
-    if (!text) return nullptr;
+    const std::optional<RequestedText> requested = requestedText(workspace, params);
+    if (!requested) return nullptr;
+    const OutlinedText *text = &requested->text;
     // Entries come in file order, each block's members right after it: a
     // stack of the symbols still open builds the tree in one pass.
     const std::vector<teskpf::OutlineEntry> &entries = text->outline().entries;
@@ -70,15 +67,13 @@ nlohmann::json documentSymbols(const Workspace &workspace, const nlohmann::json 
 }
 
 nlohmann::json foldingRanges(const Workspace &workspace, const nlohmann::json &params) {
-    const TextDocument *document = documentOf(workspace, params);
-    if (!document) return nullptr;
-    const std::optional<OutlinedText> text = OutlinedText::of(document->text, workspace.encoding());
-    if (!text) return nullptr;
+    const std::optional<RequestedText> requested = requestedText(workspace, params);
+    if (!requested) return nullptr;
+    const OutlinedText *text = &requested->text;
     nlohmann::json ranges = nlohmann::json::array();
     for (const teskpf::OutlineEntry &entry : text->outline().entries) {
         if (entry.block == teskpf::OutlineBlock::None) continue;
-        // An unclosed block runs to the end of the text.
-        const long end = entry.close_line >= 0 ? entry.close_line : text->lineCount() - 1;
+        const long end = text->lastLineOf(entry);
         if (end > entry.line) ranges.push_back({{"startLine", entry.line}, {"endLine", end}});
     }
     return ranges;
@@ -89,10 +84,9 @@ nlohmann::json foldingRanges(const Workspace &workspace, const nlohmann::json &p
 // false). Blank lines and the lines after a top-level "}" stay as they are,
 // and nothing after the indentation changes.
 nlohmann::json formatting(const Workspace &workspace, const nlohmann::json &params) {
-    const TextDocument *document = documentOf(workspace, params);
-    if (!document) return nullptr;
-    const std::optional<OutlinedText> text = OutlinedText::of(document->text, workspace.encoding());
-    if (!text) return nullptr;
+    const std::optional<RequestedText> requested = requestedText(workspace, params);
+    if (!requested) return nullptr;
+    const OutlinedText *text = &requested->text;
     const nlohmann::json options = params.value("options", nlohmann::json::object());
     long tab_size = 4;
     if (options.is_object() && options.contains("tabSize") && options["tabSize"].is_number_integer())
