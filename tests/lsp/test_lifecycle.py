@@ -135,11 +135,19 @@ def test_malformed_headers_skip_to_the_next_message(header):
         assert "result" in client.initialize()
 
 
-def test_headers_are_case_insensitive_and_content_type_is_accepted():
+GOOD_HEADERS = [
+    b"Content-Length: %d\r\n\r\n",
+    b"content-LENGTH:%d\r\nContent-Type: application/vscode-jsonrpc; charset=utf-8\r\n\r\n",
+    b"X-Other: 1\r\nContent-Length:  %d \r\n\r\n",
+    b"\r\n\r\nContent-Length: %d\n\n",
+]
+
+
+@pytest.mark.parametrize("header", GOOD_HEADERS)
+def test_headers_read(header):
     body = json.dumps({"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": {"capabilities": {}}}).encode()
     with Client() as client:
-        client.send_bytes(b"content-LENGTH: %d\r\nContent-Type: application/vscode-jsonrpc; charset=utf-8\r\n\r\n"
-                          % len(body) + body)
+        client.send_bytes(header % len(body) + body)
         assert "result" in client.response(7)
 
 
