@@ -143,12 +143,13 @@ MISMATCH = [(0, 8, 12, 1, "value-mismatch")]
 ANNOTATED = "workers\t8\t#<int>\n"
 
 
-@pytest.mark.parametrize("how", ["initializationOptions", "PFPATH", "didChangeConfiguration"])
+@pytest.mark.parametrize("how", ["initializationOptions", "relative", "PFPATH", "didChangeConfiguration"])
 def test_layers_with_an_unsaved_lower_layer(tmp_path, layered, how):
     base, site = layered
-    path = f"{base}:{site}"
+    # Relative directories are taken from the server's working directory.
+    path = "base:site" if how == "relative" else f"{base}:{site}"
     env = {"PFPATH": path if how == "PFPATH" else str(tmp_path)}
-    options = {"teskpf": {"path": path}} if how == "initializationOptions" else None
+    options = {"teskpf": {"path": path}} if how in ("initializationOptions", "relative") else None
     low, high = uri(base / "x.pf"), uri(site / "x.pf")
     with Client(env=env, cwd=tmp_path) as client:
         client.initialize(options=options)
@@ -167,7 +168,9 @@ def test_layers_with_an_unsaved_lower_layer(tmp_path, layered, how):
         published = client.wait_for_notification(
             "textDocument/publishDiagnostics", lambda p: p["uri"] == high and p["diagnostics"])
         assert summary(published["diagnostics"]) == MISMATCH
-        assert str(base / "x.pf") in published["diagnostics"][0]["message"]
+        # The lower layer is named as found along the search path.
+        lower = "base/x.pf" if how == "relative" else str(base / "x.pf")
+        assert f"from {lower}:1," in published["diagnostics"][0]["message"]
         # Editing the higher layer re-checks the lower one too.
         client.notify("textDocument/didChange", {"textDocument": {"uri": high, "version": 7},
                                                  "contentChanges": [edit(0, 8, 12, "9")]})
@@ -193,6 +196,11 @@ def test_a_file_off_the_search_path_is_checked_alone(tmp_path, layered):
         client.diagnostics(uri(base / "x.pf"))
         client.open(uri(other / "x.pf"), "workers\tlots\n")
         assert client.diagnostics(uri(other / "x.pf"))["diagnostics"] == []
+        # On the path, but not named NAME.pf.
+        client.open(uri(site / "x.conf"), "workers\tlots\n")
+        assert client.diagnostics(uri(site / "x.conf"))["diagnostics"] == []
+        client.open(uri(site / "x.pf"), "workers\tlots\n")
+        assert summary(client.diagnostics(uri(site / "x.pf"))["diagnostics"]) == MISMATCH
 
 
 def test_a_message_of_20_megabytes(client, tmp_path):

@@ -79,11 +79,13 @@ def test_notifications_before_initialize_are_dropped_and_unknown_ones_ignored():
         client.notify("no/such/notification", {})
         client.notify("$/cancelRequest", {"id": 1})
         client.notify("$/setTrace", {"value": "off"})
+        client.send({"jsonrpc": "2.0", "id": 99, "result": None})  # a response: nothing to answer
         client.open("file:///late.pf", "}\n")
         client.diagnostics("file:///late.pf")
         # Still answering, and nothing was published for the early document.
         assert error_code(client.request("no/such/method")) == METHOD_NOT_FOUND
         assert not [n for n in client.notifications if n["params"].get("uri") == "file:///early.pf"]
+        assert not client.responses and not client.errors_without_id
 
 
 # (message content as sent, error code, whether the answer names the id 7)
@@ -122,6 +124,7 @@ MALFORMED_HEADERS = [
     b"Content-Length 12\r\n\r\n{}",
     b"X-Long: " + b"y" * 10000 + b"\r\n\r\n{}",
     b"Content-Length: 99999999999999999999999999\r\n\r\n{}",
+    b"X: y\r\n" * 65 + b"\r\n{}",
 ]
 
 
