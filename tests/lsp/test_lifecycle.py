@@ -88,28 +88,38 @@ def test_notifications_before_initialize_are_dropped_and_unknown_ones_ignored():
         assert not client.responses and not client.errors_without_id
 
 
-# (message content as sent, error code, whether the answer names the id 7)
-MALFORMED_BODIES = [
-    (b"{not json", PARSE_ERROR, False),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": "\xff\xfe"}', PARSE_ERROR, False),
-    (b'[{"jsonrpc": "2.0", "id": 7, "method": "shutdown"}]', INVALID_REQUEST, False),
-    (b"[]", INVALID_REQUEST, False),
-    (b"42", INVALID_REQUEST, False),
-    (b'{"id": 7, "method": "shutdown"}', INVALID_REQUEST, True),
-    (b'{"jsonrpc": "1.0", "id": 7, "method": "shutdown"}', INVALID_REQUEST, True),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": 3}', INVALID_REQUEST, True),
-    (b'{"jsonrpc": "2.0", "id": {"a": 1}, "method": "shutdown"}', INVALID_REQUEST, False),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": "shutdown", "params": 5}', INVALID_REQUEST, True),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": []}', INVALID_PARAMS, True),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": "x"}', INVALID_REQUEST, True),
-]
+# Message contents as sent, by the error code they get; each answer names the
+# id 7 when the message has a usable id.
+MALFORMED_BODIES = {
+    PARSE_ERROR: [b"{not json", b'{"jsonrpc": "2.0", "id": 7, "method": "\xff\xfe"}'],
+    INVALID_REQUEST: [
+        # Not one request: a batch, an empty one, no object.
+        b'[{"jsonrpc": "2.0", "id": 7, "method": "shutdown"}]', b"[]", b"42",
+        # Not JSON-RPC 2.0.
+        b'{"id": 7, "method": "shutdown"}', b'{"jsonrpc": "1.0", "id": 7, "method": "shutdown"}',
+        b'{"jsonrpc": "2.0", "id": 7, "method": 3}', b'{"jsonrpc": "2.0", "id": {"a": 1}, "method": "shutdown"}',
+        b'{"jsonrpc": "2.0", "id": 7, "method": "shutdown", "params": 5}',
+        b'{"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": "x"}',
+    ],
+    INVALID_PARAMS: [b'{"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": []}'],
+}
 
 
-@pytest.mark.parametrize("body,code,with_id", MALFORMED_BODIES)
-def test_malformed_messages_are_answered_and_the_server_goes_on(body, code, with_id):
+def usable_id(body):
+    try:
+        message = json.loads(body)
+    except ValueError:
+        return None
+    if isinstance(message, dict) and isinstance(message.get("id"), (int, str)):
+        return message["id"]
+    return None
+
+
+@pytest.mark.parametrize("code,body", [(code, body) for code, bodies in MALFORMED_BODIES.items() for body in bodies])
+def test_malformed_messages_are_answered_and_the_server_goes_on(code, body):
     with Client() as client:
         client.send_bytes(frame(body))
-        response = client.response(7 if with_id else None)
+        response = client.response(usable_id(body))
         assert error_code(response) == code
         # The server still works.
         assert "result" in client.initialize()
