@@ -35,7 +35,7 @@ Command lspCommand() {
             "shutdown request, 1 when the input ends or 'exit' comes without one.\n",
             {{}, {}, 0, false},
             runLsp,
-            "nvim -c 'lua vim.lsp.start({name=\"teskpf\", cmd={\"teskpf\", \"lsp\"}})' station.pf"};
+            "PFPATH=/etc/pf:$HOME/pf teskpf lsp   # as an editor starts it"};
 }
 
 }  // namespace teskpf_tool

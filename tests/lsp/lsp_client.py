@@ -35,6 +35,7 @@ class Client:
         self.messages = queue.Queue()
         self.notifications = []
         self.responses = {}
+        self.errors_without_id = []  # answers to messages the server could not read
         self.next_id = 0
         self.stderr = b""
         self._reader = threading.Thread(target=self._read, daemon=True)
@@ -82,6 +83,8 @@ class Client:
         if "method" in message and "id" not in message:
             self.notifications.append(message)
         elif "id" in message and "method" not in message:
+            if message["id"] is None:
+                self.errors_without_id.append(message)
             self.responses[json.dumps(message["id"])] = message
         return message
 

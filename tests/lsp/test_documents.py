@@ -41,7 +41,7 @@ def test_diagnostics_are_those_of_check(client, case):
     expected = json.loads(subprocess.run([tool(), "check", "--format", "json", str(path)], capture_output=True,
                                          check=False).stdout)
     text = path.read_bytes().decode("utf-8", errors="surrogateescape")
-    if "\udc80" <= max(text, default=" ") or "\x00" in text:
+    if any("\udc80" <= c <= "\udcff" for c in text):
         pytest.skip("the protocol carries text, not these bytes")
     client.open(uri(path), text, version=3)
     published = client.diagnostics(uri(path))
@@ -143,12 +143,13 @@ MISMATCH = [(0, 8, 12, 1, "value-mismatch")]
 ANNOTATED = "workers\t8\t#<int>\n"
 
 
-@pytest.mark.parametrize("how", ["initializationOptions", "PFPATH", "didChangeConfiguration"])
+@pytest.mark.parametrize("how", ["initializationOptions", "relative", "PFPATH", "didChangeConfiguration"])
 def test_layers_with_an_unsaved_lower_layer(tmp_path, layered, how):
     base, site = layered
-    path = f"{base}:{site}"
+    # Relative directories are taken from the server's working directory.
+    path = "base:site" if how == "relative" else f"{base}:{site}"
     env = {"PFPATH": path if how == "PFPATH" else str(tmp_path)}
-    options = {"teskpf": {"path": path}} if how == "initializationOptions" else None
+    options = {"teskpf": {"path": path}} if how in ("initializationOptions", "relative") else None
     low, high = uri(base / "x.pf"), uri(site / "x.pf")
     with Client(env=env, cwd=tmp_path) as client:
         client.initialize(options=options)
@@ -163,9 +164,13 @@ def test_layers_with_an_unsaved_lower_layer(tmp_path, layered, how):
         if how == "didChangeConfiguration":
             # Only now are both directories on the search path.
             client.notify("workspace/didChangeConfiguration", {"settings": {"teskpf": {"path": path}}})
-        published = client.diagnostics(high)
+        # (Earlier publications for the higher layer, without the annotation, are passed over.)
+        published = client.wait_for_notification(
+            "textDocument/publishDiagnostics", lambda p: p["uri"] == high and p["diagnostics"])
         assert summary(published["diagnostics"]) == MISMATCH
-        assert str(base / "x.pf") in published["diagnostics"][0]["message"]
+        # The lower layer is named as found along the search path.
+        lower = "base/x.pf" if how == "relative" else str(base / "x.pf")
+        assert f"from {lower}:1," in published["diagnostics"][0]["message"]
         # Editing the higher layer re-checks the lower one too.
         client.notify("textDocument/didChange", {"textDocument": {"uri": high, "version": 7},
                                                  "contentChanges": [edit(0, 8, 12, "9")]})
@@ -191,3 +196,32 @@ def test_a_file_off_the_search_path_is_checked_alone(tmp_path, layered):
         client.diagnostics(uri(base / "x.pf"))
         client.open(uri(other / "x.pf"), "workers\tlots\n")
         assert client.diagnostics(uri(other / "x.pf"))["diagnostics"] == []
+        # On the path, but not named NAME.pf.
+        client.open(uri(site / "x.conf"), "workers\tlots\n")
+        assert client.diagnostics(uri(site / "x.conf"))["diagnostics"] == []
+        client.open(uri(site / "x.pf"), "workers\tlots\n")
+        assert summary(client.diagnostics(uri(site / "x.pf"))["diagnostics"]) == MISMATCH
+
+
+def test_a_message_of_20_megabytes(client, tmp_path):
+    lines = ["k%07d value %d" % (i, i) for i in range(1_100_000)]
+    lines[-1] = "}"
+    text = "\n".join(lines) + "\n"
+    assert len(text) > 20_000_000
+    doc = uri(tmp_path / "big.pf")
+    client.open(doc, text)
+    assert summary(client.diagnostics(doc, timeout=120)["diagnostics"]) == [(len(lines) - 1, 0, 1, 1, "stray-close")]
+
+
+def test_a_null_path_setting_restores_pfpath(tmp_path, layered):
+    base, site = layered
+    high = uri(site / "x.pf")
+    with Client(env={"PFPATH": f"{base}:{site}"}, cwd=tmp_path) as client:
+        client.initialize(options={"teskpf": {"path": str(site)}})
+        client.open(uri(base / "x.pf"), ANNOTATED)
+        client.open(high, "workers\tlots\n")
+        assert client.diagnostics(high)["diagnostics"] == []
+        # Settings without teskpf.path change nothing; a null one means PFPATH again.
+        client.notify("workspace/didChangeConfiguration", {"settings": {"other": 1}})
+        client.notify("workspace/didChangeConfiguration", {"settings": {"teskpf": {"path": None}}})
+        assert summary(client.diagnostics(high)["diagnostics"]) == MISMATCH

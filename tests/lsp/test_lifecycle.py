@@ -79,35 +79,47 @@ def test_notifications_before_initialize_are_dropped_and_unknown_ones_ignored():
         client.notify("no/such/notification", {})
         client.notify("$/cancelRequest", {"id": 1})
         client.notify("$/setTrace", {"value": "off"})
+        client.send({"jsonrpc": "2.0", "id": 99, "result": None})  # a response: nothing to answer
         client.open("file:///late.pf", "}\n")
         client.diagnostics("file:///late.pf")
         # Still answering, and nothing was published for the early document.
         assert error_code(client.request("no/such/method")) == METHOD_NOT_FOUND
         assert not [n for n in client.notifications if n["params"].get("uri") == "file:///early.pf"]
+        assert not client.responses and not client.errors_without_id
 
 
-# (message content as sent, error code, whether the answer names the id 7)
-MALFORMED_BODIES = [
-    (b"{not json", PARSE_ERROR, False),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": "\xff\xfe"}', PARSE_ERROR, False),
-    (b'[{"jsonrpc": "2.0", "id": 7, "method": "shutdown"}]', INVALID_REQUEST, False),
-    (b"[]", INVALID_REQUEST, False),
-    (b"42", INVALID_REQUEST, False),
-    (b'{"id": 7, "method": "shutdown"}', INVALID_REQUEST, True),
-    (b'{"jsonrpc": "1.0", "id": 7, "method": "shutdown"}', INVALID_REQUEST, True),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": 3}', INVALID_REQUEST, True),
-    (b'{"jsonrpc": "2.0", "id": {"a": 1}, "method": "shutdown"}', INVALID_REQUEST, False),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": "shutdown", "params": 5}', INVALID_REQUEST, True),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": []}', INVALID_PARAMS, True),
-    (b'{"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": "x"}', INVALID_REQUEST, True),
-]
+# Message contents as sent, by the error code they get; each answer names the
+# id 7 when the message has a usable id.
+MALFORMED_BODIES = {
+    PARSE_ERROR: [b"{not json", b'{"jsonrpc": "2.0", "id": 7, "method": "\xff\xfe"}'],
+    INVALID_REQUEST: [
+        # Not one request: a batch, an empty one, no object.
+        b'[{"jsonrpc": "2.0", "id": 7, "method": "shutdown"}]', b"[]", b"42",
+        # Not JSON-RPC 2.0.
+        b'{"id": 7, "method": "shutdown"}', b'{"jsonrpc": "1.0", "id": 7, "method": "shutdown"}',
+        b'{"jsonrpc": "2.0", "id": 7, "method": 3}', b'{"jsonrpc": "2.0", "id": {"a": 1}, "method": "shutdown"}',
+        b'{"jsonrpc": "2.0", "id": 7, "method": "shutdown", "params": 5}',
+        b'{"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": "x"}',
+    ],
+    INVALID_PARAMS: [b'{"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": []}'],
+}
 
 
-@pytest.mark.parametrize("body,code,with_id", MALFORMED_BODIES)
-def test_malformed_messages_are_answered_and_the_server_goes_on(body, code, with_id):
+def usable_id(body):
+    try:
+        message = json.loads(body)
+    except ValueError:
+        return None
+    if isinstance(message, dict) and isinstance(message.get("id"), (int, str)):
+        return message["id"]
+    return None
+
+
+@pytest.mark.parametrize("code,body", [(code, body) for code, bodies in MALFORMED_BODIES.items() for body in bodies])
+def test_malformed_messages_are_answered_and_the_server_goes_on(code, body):
     with Client() as client:
         client.send_bytes(frame(body))
-        response = client.response(7 if with_id else None)
+        response = client.response(usable_id(body))
         assert error_code(response) == code
         # The server still works.
         assert "result" in client.initialize()
@@ -120,8 +132,9 @@ MALFORMED_HEADERS = [
     b"Content-Length: abc\r\n\r\n{}",
     b"Content-Length: -2\r\n\r\n{}",
     b"Content-Length 12\r\n\r\n{}",
-    b"X-Long: " + b"y" * 10000 + b"\r\nContent-Length: 2\r\n\r\n{}\r\n",
+    b"X-Long: " + b"y" * 10000 + b"\r\n\r\n{}",
     b"Content-Length: 99999999999999999999999999\r\n\r\n{}",
+    b"X: y\r\n" * 65 + b"\r\n{}",
 ]
 
 
@@ -133,13 +146,23 @@ def test_malformed_headers_skip_to_the_next_message(header):
         assert error_code(response) == PARSE_ERROR
         assert "header" in response["error"]["message"]
         assert "result" in client.initialize()
+        # One answer for the bad message: what followed it was skipped.
+        assert len(client.errors_without_id) == 1
 
 
-def test_headers_are_case_insensitive_and_content_type_is_accepted():
+GOOD_HEADERS = [
+    b"Content-Length: %d\r\n\r\n",
+    b"content-LENGTH:%d\r\nContent-Type: application/vscode-jsonrpc; charset=utf-8\r\n\r\n",
+    b"X-Other: 1\r\nContent-Length:  %d \r\n\r\n",
+    b"\r\n\r\nContent-Length: %d\n\n",
+]
+
+
+@pytest.mark.parametrize("header", GOOD_HEADERS)
+def test_headers_read(header):
     body = json.dumps({"jsonrpc": "2.0", "id": 7, "method": "initialize", "params": {"capabilities": {}}}).encode()
     with Client() as client:
-        client.send_bytes(b"content-LENGTH: %d\r\nContent-Type: application/vscode-jsonrpc; charset=utf-8\r\n\r\n"
-                          % len(body) + body)
+        client.send_bytes(header % len(body) + body)
         assert "result" in client.response(7)
 
 
@@ -155,6 +178,7 @@ def test_a_message_over_the_limit_is_skipped_unread():
         assert error_code(response) == PARSE_ERROR
         assert "longer than" in response["error"]["message"]
         assert "result" in client.initialize()
+        assert len(client.errors_without_id) == 1
 
 
 def test_a_message_that_ends_early_ends_the_server():

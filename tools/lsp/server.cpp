@@ -7,7 +7,6 @@
 #include <teskpf/diagnostics.h>
 #include <teskpf/error.h>
 
-#include "features.h"
 #include "transport.h"
 
 namespace teskpf_lsp {
@@ -87,7 +86,8 @@ Json diagnosticsJson(const std::vector<teskpf::Diagnostic> &found, const std::st
 
 }  // namespace
 
-Server::Server(std::ostream &out, ServerOptions options) : out_(out), options_(std::move(options)) {
+Server::Server(std::ostream &out, ServerOptions options, const std::vector<Feature> &offered)
+    : out_(out), options_(std::move(options)), features_(offered) {
     workspace_.search_path_ = options_.search_path;
 }
 
@@ -184,7 +184,7 @@ Json Server::answer(const std::string &method, const Json &params) {
         state_ = State::ShutDown;
         return nullptr;
     }
-    for (const Feature &feature : features())
+    for (const Feature &feature : features_)
         if (feature.method == method) return feature.answer(workspace_, params);
     throw RequestError{kMethodNotFound, "unknown method '" + method + "'"};
 }
@@ -202,7 +202,7 @@ Json Server::initialize(const Json &params) {
     Json capabilities = {
         {"positionEncoding", workspace_.encoding_ == PositionEncoding::Utf8 ? "utf-8" : "utf-16"},
         {"textDocumentSync", {{"openClose", true}, {"change", 2}, {"save", {{"includeText", false}}}}}};
-    for (const Feature &feature : features()) capabilities[feature.capability] = feature.announced;
+    for (const Feature &feature : features_) capabilities[feature.capability] = feature.announced;
     return {{"capabilities", std::move(capabilities)},
             {"serverInfo", {{"name", "teskpf"}, {"version", options_.version}}}};
 }

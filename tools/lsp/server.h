@@ -6,9 +6,11 @@
 #include <istream>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
+#include "features.h"
 #include "workspace.h"
 
 namespace teskpf_lsp {
@@ -20,7 +22,9 @@ struct ServerOptions {
 
 class Server {
 public:
-    Server(std::ostream &out, ServerOptions options);
+    // Answers on `out`, offering `offered` (every feature, unless a test
+    // gives others).
+    Server(std::ostream &out, ServerOptions options, const std::vector<Feature> &offered = features());
 
     // Handles the content of one message. False once `exit` has arrived.
     bool handle(const std::string &body);
@@ -59,6 +63,7 @@ private:
 
     std::ostream &out_;
     ServerOptions options_;
+    const std::vector<Feature> &features_;
     Workspace workspace_;
     State state_ = State::Uninitialized;
 };

@@ -142,12 +142,19 @@ Message MessageReader::next() {
             skip_bytes_ = length;
         return message;
     }
-    message.body.resize(length);
-    in_.read(message.body.data(), static_cast<std::streamsize>(length));
-    if (static_cast<std::size_t>(in_.gcount()) != length) {
-        message.kind = Message::Kind::End;
-        message.body.clear();
-        return message;
+    // Read in steps that double, so that a length the content never reaches
+    // costs no more memory than the content that came.
+    std::size_t got = 0;
+    while (got < length) {
+        const std::size_t step = std::min<std::size_t>(length - got, std::max<std::size_t>(got, 1 << 16));
+        message.body.resize(got + step);
+        in_.read(message.body.data() + got, static_cast<std::streamsize>(step));
+        if (static_cast<std::size_t>(in_.gcount()) != step) {
+            message.kind = Message::Kind::End;
+            message.body.clear();
+            return message;
+        }
+        got += step;
     }
     message.kind = Message::Kind::Body;
     return message;
