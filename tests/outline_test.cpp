@@ -9,7 +9,6 @@
 #include <fstream>
 #include <sstream>
 
-#include <teskpf/editor.h>
 #include <teskpf/outline.h>
 #include <teskpf/words.h>
 
@@ -114,17 +113,6 @@ TEST(Words, NearestWord) {
     };
     for (const Case &c : cases) EXPECT_EQ(teskpf::nearestWord(c.value, words), c.nearest) << c.value;
     EXPECT_EQ(teskpf::nearestWord("x", {}), "");
-}
-
-TEST(Words, KeyNameProblem) {
-    struct Case {
-        const char *name;
-        bool ok;
-    } cases[] = {
-        {"gain", true},      {"a.b-c_1", true}, {"", false},       {"two words", false}, {"tab\tkey", false},
-        {"has#hash", false}, {"}brace", false}, {"&Arr{x", false}, {"&Tbl{", false},     {"line\nbreak", false},
-    };
-    for (const Case &c : cases) EXPECT_EQ(teskpf::keyNameProblem(c.name).empty(), c.ok) << c.name;
 }
 
 }  // namespace
