@@ -43,3 +43,29 @@ def test_nan_converts():
 ])
 def test_bool_words(text, expected):
     assert _teskpf.to_bool(text) == expected
+
+
+@pytest.mark.parametrize("disable, rules", [
+    ((), ["duplicate-key", "bad-directive", "value-mismatch"]),
+    (["duplicate-key"], ["bad-directive", "value-mismatch"]),
+    (["duplicate-key, value-mismatch", "bad-directive"], []),
+    (("value-mismatch",), ["duplicate-key", "bad-directive"]),
+])
+def test_check_leaves_out_disabled_rules(write, disable, rules):
+    path = write("silenced.pf", "gain 1\ngain 2\n# teskpf-disable-file nope\nport x #<int>\n"
+                 "# teskpf-disable-next-line value-mismatch\nrate y #<int>\n")
+    assert [d.rule for d in teskpf.check(path, disable=disable)] == rules
+    assert [d.rule for d in teskpf.load(path).check(disable=disable)] == rules
+
+
+@pytest.mark.parametrize("disable", [["nope"], ["not-text"], ["duplicate-key,"]])
+def test_check_refuses_unknown_rules(write, disable):
+    path = write("ok.pf", "a 1\n")
+    with pytest.raises(teskpf.Error, match="cannot disable"):
+        teskpf.check(path, disable=disable)
+
+
+def test_check_wants_a_sequence_of_rules(write):
+    with pytest.raises(TypeError):
+        teskpf.check(write("ok.pf", "a 1\n"), disable="duplicate-key")
+    assert "value-mismatch" in _teskpf.rule_ids()
