@@ -69,15 +69,10 @@ def _wrap(node: _teskpf.Node) -> Value:
 
 def _typed(node: _teskpf.Node) -> Any:
     """A value converted by the annotation in effect; str when it fails it."""
-    verdict = node.check()
-    if not verdict.ok or not verdict.types:
+    fields = node.typed_fields()
+    if fields is None:
         return node.text()
-    fields = node.fields()
-    converted = []
-    for kind, field in zip(verdict.types, fields):
-        number = {"int": _teskpf.to_integer, "float": _teskpf.to_float}.get(kind)
-        converted.append(number(field) if number else field)
-    return converted[0] if len(converted) == 1 else tuple(converted)
+    return fields[0] if len(fields) == 1 else tuple(fields)
 
 
 def _plain(node: _teskpf.Node, typed: bool) -> Any:
