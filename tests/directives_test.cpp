@@ -36,20 +36,14 @@ const std::vector<SilencingCase> kCases = {
      one("gain 1\n# teskpf-disable-next-line duplicate-key\n\ngain 2\n"),
      {},
      {"a.pf:4:1:duplicate-key"}},
-    {"NextLineOtherRule",
-     one("gain 1\n# teskpf-disable-next-line key-syntax\ngain 2\n"),
-     {},
-     {"a.pf:3:1:duplicate-key"}},
     {"NextLineOneOfTwoRules",
      one("# teskpf-disable-next-line key-syntax\na[0] x #<int>\n"),
      {},
      {"a.pf:2:6:value-mismatch"}},
     {"CommaListWithBlanks", one("# teskpf-disable-next-line key-syntax ,  value-mismatch\na[0] x #<int>\n"), {}, {}},
-    {"CommaListNoBlanks", one("# teskpf-disable-next-line key-syntax,value-mismatch\na[0] x #<int>\n"), {}, {}},
     {"TabsAndNoBlankAfterHash", one("#teskpf-disable-file\tduplicate-key\n" + kTwice), {}, {}},
     // Whole file: anywhere, every line.
     {"FileAtTheEnd", one("gain 1\ngain 2\nrate 1\nrate 2\n# teskpf-disable-file duplicate-key\n"), {}, {}},
-    {"FileOtherRule", one("# teskpf-disable-file key-syntax\n" + kTwice), {}, {"a.pf:3:1:duplicate-key"}},
     // Inside blocks, indented.
     {"IndentedInArrBlock",
      one("net &Arr{\n\tport 1\n\t  # teskpf-disable-next-line duplicate-key\n\tport 2\n}\n"),
@@ -105,7 +99,6 @@ const std::vector<SilencingCase> kCases = {
     // Rules disabled for the run: every file, every line.
     {"Disabled", one(kTwice), {"duplicate-key"}, {}},
     {"DisabledList", one("a[0] x #<int>\n" + kTwice), {"key-syntax , duplicate-key", "value-mismatch"}, {}},
-    {"DisabledOther", one(kTwice), {"key-syntax"}, {"a.pf:2:1:duplicate-key"}},
     {"DisabledBadDirective", one("# teskpf-disable-file nope\n"), {"bad-directive"}, {}},
     {"DisabledInEveryLayer", {{"base.pf", kTwice}, {"site.pf", kTwice}}, {"duplicate-key"}, {}},
 };

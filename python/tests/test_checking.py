@@ -58,14 +58,10 @@ def test_check_leaves_out_disabled_rules(write, disable, rules):
     assert [d.rule for d in teskpf.load(path).check(disable=disable)] == rules
 
 
-@pytest.mark.parametrize("disable", [["nope"], ["not-text"], ["duplicate-key,"]])
-def test_check_refuses_unknown_rules(write, disable):
+def test_check_refuses_unknown_rules(write):
     path = write("ok.pf", "a 1\n")
-    with pytest.raises(teskpf.Error, match="cannot disable"):
-        teskpf.check(path, disable=disable)
-
-
-def test_check_wants_a_sequence_of_rules(write):
+    with pytest.raises(teskpf.Error, match="cannot disable 'nope'"):
+        teskpf.check(path, disable=["nope"])
     with pytest.raises(TypeError):
-        teskpf.check(write("ok.pf", "a 1\n"), disable="duplicate-key")
+        teskpf.check(path, disable="duplicate-key")
     assert "value-mismatch" in _teskpf.rule_ids()
