@@ -62,4 +62,23 @@ std::size_t byteOffset(std::string_view line, long character, PositionEncoding e
 // The character position of byte offset `byte`, counted in `encoding`.
 long characterOffset(std::string_view line, std::size_t byte, PositionEncoding encoding);
 
+// Lines of a whole document: they end at "\n" (a "\r" before it is part of
+// the line break).
+// The byte offset where line `line` (0-based) starts; the text's length
+// when there is no such line.
+std::size_t lineStart(std::string_view text, long line);
+// The line starting at byte `start`, without its line break.
+std::string_view lineAt(std::string_view text, std::size_t start);
+// The byte offset of the position (`line`, `character`), clamped to the text.
+std::size_t documentOffset(std::string_view text, long line, long character, PositionEncoding encoding);
+
+// Whether the paths `a` and `b` name one file (any spelling of it).
+bool sameFile(const std::string &a, const std::string &b);
+
+// The file a "file:" URI names (percent-decoded; host empty or "localhost");
+// "" for any other URI.
+std::string pathOfUri(const std::string &uri);
+// The "file:" URI of `path`, made absolute.
+std::string fileUri(const std::string &path);
+
 }  // namespace teskpf_lsp
