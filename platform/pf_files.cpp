@@ -120,8 +120,11 @@ bool pf_open_readable(const std::string &path, pf_open_file &file) {
         fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     } while (fd < 0 && errno == EINTR);
     if (fd < 0) {
-        // Out of descriptors: judge by the path alone, as reading it later will.
-        if (errno != EMFILE && errno != ENFILE) return false;
+        // Out of descriptors, or refused to an effective user other than the
+        // real one: judge by the path alone; reading it later by path decides
+        // what it holds.
+        const int error = errno;
+        if (error != EMFILE && error != ENFILE && (error != EACCES || real_ids_are_effective())) return false;
         if (stat(path.c_str(), &file.info) != 0 || !S_ISREG(file.info.st_mode) || access(path.c_str(), R_OK) != 0)
             return false;
         file.path = path;

@@ -135,6 +135,13 @@ TEST(Platform, SearchOpensCandidatesAsReadingNeedsThem) {
         const std::string found = joined(listed("open:closed", "x"));
         return found == "open/x.pf " ? "" : "listed: " + found;
     });
+    // The other way round too: a file the real user may read is listed
+    // though the effective user cannot open it.
+    expectInChild([&]() -> std::string {
+        if (setresuid(0, nobody, 0) != 0) return "cannot take nobody's effective id";
+        const std::string found = joined(listed("open:closed", "x"));
+        return found == "open/x.pf closed/x.pf " ? "" : "listed: " + found;
+    });
     // Out of descriptors, a file is judged by its path and still listed.
     expectInChild([&]() -> std::string {
         const int lowest_free = dup(0);

@@ -41,8 +41,9 @@ struct pf_open_file {
 // (read-only, non-blocking, without becoming a controlling terminal) and its
 // type read from the descriptor; anything else is closed at once. Only when
 // the real ids differ from the effective ones is access(2) asked as well.
-// When the process is out of descriptors the path is judged by stat(2) and
-// access(2) and `file` has none.
+// When the process is out of descriptors, or the open is refused while the
+// real ids differ from the effective ones, the path is judged by stat(2) and
+// access(2) and `file` has no descriptor.
 bool pf_open_readable(const std::string &path, pf_open_file &file);
 
 // The files pffiles lists for `name`, in the same order, the first few
