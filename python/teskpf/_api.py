@@ -243,9 +243,9 @@ class Config(Block):
         return Entry(file, line, node.level(), node.key_path(), node.text(), _comment_text(node.comment()),
                      verdict.annotation, at, node.annotation(), verdict.ok)
 
-    def check(self) -> _ListOf[Diagnostic]:
-        """The diagnostics of the files read, as ``teskpf check`` reports them."""
-        return _teskpf.check_name(self._target)
+    def check(self, disable: Sequence[str] = ()) -> _ListOf[Diagnostic]:
+        """The diagnostics of the files read, as ``teskpf check`` reports them (see check)."""
+        return check(self._target, disable)
 
 
 def named_files(name_or_path: Union[str, os.PathLike[str]]) -> NamedFiles:
@@ -267,9 +267,15 @@ def load(name_or_path: Union[str, os.PathLike[str]]) -> Config:
     return Config(_teskpf.Document.load(target), target)
 
 
-def check(name_or_path: Union[str, os.PathLike[str]]) -> _ListOf[Diagnostic]:
-    """The diagnostics of the files the argument names, layered (as ``teskpf check``)."""
-    return _teskpf.check_name(os.fspath(name_or_path))
+def check(name_or_path: Union[str, os.PathLike[str]], disable: Sequence[str] = ()) -> _ListOf[Diagnostic]:
+    """The diagnostics of the files the argument names, layered (as ``teskpf check``).
+
+    ``disable`` names rules to leave out (as ``teskpf check --disable``); an
+    unknown one raises Error.
+    """
+    if isinstance(disable, str):
+        raise TypeError("disable: a sequence of rule ids, not one str")
+    return _teskpf.check_name(os.fspath(name_or_path), list(disable))
 
 
 class Editor:

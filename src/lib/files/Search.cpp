@@ -81,7 +81,7 @@ LayerStack layerStack(const std::string &path, std::string_view search_path) {
     if (file.size() <= 3 || file.compare(file.size() - 3, 3, ".pf") != 0 ||
         stat(directory.c_str(), &own_directory) != 0)
         return alone;
-    const std::vector<std::string> directories = pf_split_search_path(std::string(search_path));
+    const std::vector<std::string> directories = pf_split_search_path(search_path);
     // The last place of its directory, where the lookup keeps a file it finds twice.
     size_t place = directories.size();
     for (size_t i = 0; i < directories.size(); ++i) {
@@ -94,9 +94,8 @@ LayerStack layerStack(const std::string &path, std::string_view search_path) {
     const bool exists = stat(path.c_str(), &own) == 0;
     LayerStack stack;
     bool placed = false;
-    for (pf_found_file &found : pf_find_files(directories, file)) {
-        struct stat info;
-        const bool itself = exists && stat(found.path.c_str(), &info) == 0 && sameFile(info, own);
+    for (pf_open_file &found : pf_open_files_along(search_path, file.c_str())) {
+        const bool itself = exists && sameFile(found.info, own);
         if (!placed && (itself || found.directory > place)) {
             stack.index = stack.files.size();
             stack.files.push_back(path);
