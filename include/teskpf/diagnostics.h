@@ -45,6 +45,11 @@ struct CheckOptions {
 // The id of every rule, sorted.
 TESKPF_API std::vector<std::string> ruleIds();
 
+// The comment line that silences `rule` on the line after it,
+// "# teskpf-disable-next-line RULE"; "" when no directive can silence it
+// (an unknown rule, "not-text", "unreadable", "bad-directive").
+TESKPF_API std::string disableNextLineComment(std::string_view rule);
+
 // The checks below honour the comment lines "# teskpf-disable-next-line
 // RULE, ..." (the rules are not reported on the next line) and
 // "# teskpf-disable-file RULE, ..." (nor anywhere in the file): each silences

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include <teskpf/diagnostics.h>
+
 #include "lsp/feature_groups.h"
 #include "lsp/features.h"
 #include "lsp/workspace.h"
@@ -302,8 +304,16 @@ TEST_F(Features, CodeActions) {
         {"top &Arr{ after\n}\n", "text-after-open", 0, 10, "top &Arr{\n  after\n}\n"},
         {"top &Arr{\n  k v\n  } tail\n", "text-after-close", 2, 4, "top &Arr{\n  k v\n  }\n  tail\n"},
         {"a &Arr{\n  b &Tbl{\n    x", "unclosed-block", 0, 2, "a &Arr{\n  b &Tbl{\n    x\n  }\n}\n"},
-        {"  k v\n", "some-rule", 0, 2, "  # teskpf-disable-next-line some-rule\n  k v\n"},
+        {"  k\"ey v\n", "key-syntax", 0, 2, "  # teskpf-disable-next-line key-syntax\n  k\"ey v\n"},
     };
+    // Whether checking the layers with `text` open reports `rule` in it.
+    const auto reports = [&](const std::string &text, const std::string &rule) {
+        open(site, text);
+        for (const teskpf::Diagnostic &found : teskpf::checkLayers(workspace.layersOf(*workspace.find(uri(site)))))
+            if (found.rule == rule && found.file == site) return true;
+        return false;
+    };
+    int reported = 0;
     for (const Case &c : cases) {
         SCOPED_TRACE(std::string(c.rule) + ": " + c.text);
         open(site, c.text);
@@ -319,9 +329,26 @@ TEST_F(Features, CodeActions) {
         EXPECT_EQ(actions[0]["diagnostics"][0], diagnostic);
         std::string fixed = applied(c.text, actions[0]["edit"]["changes"][uri(site)]);
         EXPECT_EQ(fixed, c.fixed);
-        // The last action silences the rule on the diagnostic's line.
+        // The last action silences the rule on the diagnostic's line: the
+        // check that reported it there no longer does.
         const std::string silenced = applied(c.text, actions.back()["edit"]["changes"][uri(site)]);
         EXPECT_NE(silenced.find("# teskpf-disable-next-line " + std::string(c.rule) + "\n"), std::string::npos);
+        if (reports(c.text, c.rule)) {
+            ++reported;
+            EXPECT_FALSE(reports(silenced, c.rule)) << silenced;
+        }
+    }
+    EXPECT_GE(reported, 6);
+    // A rule no directive can silence gets no directive.
+    for (const char *rule : {"not-text", "bad-directive", "no-such-rule"}) {
+        open(site, "a 1\n");
+        const json diagnostic = {
+            {"range", {{"start", {{"line", 0}, {"character", 0}}}, {"end", {{"line", 0}, {"character", 0}}}}},
+            {"code", rule}};
+        EXPECT_EQ(teskpf_lsp::codeActions(workspace, {{"textDocument", {{"uri", uri(site)}}},
+                                                      {"context", {{"diagnostics", {diagnostic}}}}}),
+                  json::array())
+            << rule;
     }
 }
 

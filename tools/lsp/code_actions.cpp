@@ -1,8 +1,7 @@
 // Quick fixes for the diagnostics a code-action request names (their code
 // is the rule id): a fix for the rules that have one, and for every rule a
 // comment that silences it on that line.
-#include <cctype>
-
+#include <teskpf/diagnostics.h>
 #include <teskpf/error.h>
 #include <teskpf/explain.h>
 #include <teskpf/words.h>
@@ -105,17 +104,13 @@ void fixesOf(const Workspace &workspace, const TextDocument &document, const Out
                          nlohmann::json::array({textEdit(text.range(text.linesRange(entry->line, last)), "")}), true});
     } else if (rule == "unclosed-block")
         closeBlocks(text, fixes);
-    // Any rule: silence it on this line. Only a rule id can follow the
-    // directive: a code of other characters gets no such comment.
-    for (char c : rule)
-        if (!(std::islower(static_cast<unsigned char>(c)) || std::isdigit(static_cast<unsigned char>(c)) || c == '-'))
-            return;
-    if (rule.empty()) return;
+    // Any rule a directive can silence: silence it on this line.
+    const std::string directive = teskpf::disableNextLineComment(rule);
+    if (directive.empty()) return;
     const std::size_t line_begin = info.begin;
     fixes.push_back({"Disable " + rule + " for this line",
-                     nlohmann::json::array({textEdit(
-                         text.range(line_begin, line_begin),
-                         std::string(text.indentation(line)) + "# teskpf-disable-next-line " + rule + "\n")})});
+                     nlohmann::json::array({textEdit(text.range(line_begin, line_begin),
+                                                     std::string(text.indentation(line)) + directive + "\n")})});
 }
 
 }  // namespace

@@ -105,6 +105,12 @@ std::vector<std::string> ruleIds() {
     return ids;
 }
 
+std::string disableNextLineComment(std::string_view rule) {
+    const Rule *found = findRule(rule);
+    if (!found || found->silencing != Silencing::Anyone) return {};
+    return "# " + std::string(kNextLine) + " " + found->id;
+}
+
 FileDirectives::FileDirectives(const ParsedFile &parsed, FileReport &report) {
     for (const FileEntry &entry : parsed.entries()) {
         if (entry.comment.size == 0 || entry.opensBlock()) continue;
