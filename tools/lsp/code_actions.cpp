@@ -118,25 +118,24 @@ void fixesOf(const Workspace &workspace, const TextDocument &document, const Out
 nlohmann::json codeActions(const Workspace &workspace, const nlohmann::json &params) {
     const std::optional<RequestedText> requested = requestedText(workspace, params);
     if (!requested) return nullptr;
-    const TextDocument *document = requested->document;
-    const OutlinedText *text = &requested->text;
     nlohmann::json actions = nlohmann::json::array();
     const nlohmann::json context = params.value("context", nlohmann::json::object());
     if (!context.is_object() || !context.contains("diagnostics") || !context["diagnostics"].is_array()) return actions;
+    const OutlinedText &text = requested->text;
     for (const nlohmann::json &diagnostic : context["diagnostics"]) {
         if (!diagnostic.is_object() || !diagnostic.contains("code") || !diagnostic["code"].is_string() ||
             !diagnostic.contains("range") || !diagnostic["range"].is_object())
             continue;
-        const std::optional<std::size_t> offset = text->offsetOf(diagnostic["range"].value("start", nlohmann::json()));
+        const std::optional<std::size_t> offset = text.offsetOf(diagnostic["range"].value("start", nlohmann::json()));
         if (!offset) continue;
         std::vector<Fix> fixes;
-        fixesOf(workspace, *document, *text, diagnostic["code"].get<std::string>(), text->lineOf(*offset), *offset,
-                fixes);
+        fixesOf(workspace, *requested->document, text, diagnostic["code"].get<std::string>(), text.lineOf(*offset),
+                *offset, fixes);
         for (Fix &fix : fixes) {
             nlohmann::json action = {{"title", fix.title},
                                      {"kind", "quickfix"},
                                      {"diagnostics", nlohmann::json::array({diagnostic})},
-                                     {"edit", {{"changes", {{document->uri, std::move(fix.edits)}}}}}};
+                                     {"edit", {{"changes", {{requested->document->uri, std::move(fix.edits)}}}}}};
             if (fix.preferred) action["isPreferred"] = true;
             actions.push_back(std::move(action));
         }
