@@ -7,7 +7,8 @@ set -euo pipefail
 packages=(cmake make g++ pkg-config
           nlohmann-json3-dev python3-pybind11 pybind11-dev python3-dev python3-setuptools python3-wheel python3-pip python3-venv)
 if [[ "${1:-}" == "--dev" ]]; then
-  packages+=(libgtest-dev libgmock-dev clang-14 libclang-rt-14-dev clang-format-14 python3-pytest mypy jq)
+  packages+=(libgtest-dev libgmock-dev clang-14 libclang-rt-14-dev clang-format-14 python3-pytest mypy jq
+            neovim emacs-nox elpa-eglot)
 elif [[ $# -gt 0 ]]; then
   echo "usage: scripts/setup.sh [--dev]" >&2
   exit 2

@@ -27,8 +27,14 @@ end
 
 function M.setup(options)
   options = options or {}
-  vim.filetype.add({ extension = { pf = 'teskpf' } })
   local group = vim.api.nvim_create_augroup('teskpf', { clear = true })
+  -- An autocommand rather than vim.filetype.add, which Neovim 0.7 only
+  -- honours with its Lua file-type detection switched on.
+  vim.api.nvim_create_autocmd({ 'BufRead', 'BufNewFile' }, {
+    group = group,
+    pattern = '*.pf',
+    command = 'setfiletype teskpf',
+  })
   vim.api.nvim_create_autocmd('FileType', {
     group = group,
     pattern = 'teskpf',

@@ -37,7 +37,7 @@
   (dolist (d diagnostics)
     (save-excursion
       (goto-char (flymake-diagnostic-beg d))
-      (session-say "diagnostic %d:%d %s %s" (line-number-at-pos) (1+ (current-column))
+      (session-say "diagnostic %d:%d %s %s" (line-number-at-pos) (1+ (- (point) (line-beginning-position)))
                    (flymake-diagnostic-type d) (flymake-diagnostic-text d)))))
 
 ;; Line 5 of the site layer is "\tport\t18001".

@@ -24,14 +24,14 @@ def command(editor, repository):
                 ";' .. package.path",
                 "-c", "luafile " + os.path.join(HERE, "nvim_session.lua")]
     if editor == "emacs":
-        return ["emacs", "--batch", "-Q", "--eval", "(package-initialize)",
+        return ["emacs", "--batch", "--no-init-file",
                 "-L", os.path.join(repository, "editors", "emacs"),
                 "-l", os.path.join(HERE, "emacs_session.el")]
     raise SystemExit("unknown editor " + editor)
 
 
 def main():
-    editor, tool, repository = sys.argv[1:4]
+    editor, tool, repository = sys.argv[1], sys.argv[2], os.path.abspath(sys.argv[3])
     program = command(editor, repository)[0]
     if not shutil.which(program):
         sys.exit(f"{program} is not installed: scripts/setup.sh --dev installs it")
