@@ -42,6 +42,7 @@ function M.setup(options)
       local id = start(options)
       if id then
         vim.lsp.buf_attach_client(event.buf, id)
+        vim.bo[event.buf].omnifunc = 'v:lua.vim.lsp.omnifunc'
       end
     end,
   })

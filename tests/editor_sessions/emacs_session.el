@@ -1,10 +1,10 @@
 ;;; emacs_session.el --- A batch Emacs session against `teskpf lsp' -*- lexical-binding: t -*-
 
-;; With the set-up of editors/emacs: opens the site layer of a layered name,
+;; With the set-up of editors/emacs, installed and loaded as docs/editors.md
+;; says (run_session.py does that): opens the site layer of a layered name,
 ;; prints the diagnostics Flymake gets from the server and the hover on a
 ;; key, then exits; status 0 when both arrived.
 
-(require 'teskpf-mode)
 (require 'flymake)
 
 (defun session-say (format-string &rest args)
@@ -24,12 +24,12 @@
 
 ;; Files outside version control are a project of their own directory.
 (add-hook 'project-find-functions (lambda (dir) (cons 'transient dir)))
-(setq teskpf-program (list (getenv "TESKPF_TOOL") "lsp")
-      teskpf-search-path (getenv "TESKPF_SESSION_PATH"))
 
 (find-file (getenv "TESKPF_SESSION_FILE"))
 (unless (eq major-mode 'teskpf-mode) (session-fail (format "major mode %s" major-mode)))
-(apply #'eglot (eglot--guess-contact))
+;; eglot-ensure, which the init file hooks in, connects after the next
+;; command, and a batch session runs none.
+(unless (eglot-current-server) (apply #'eglot (eglot--guess-contact)))
 (unless (session-wait #'eglot-current-server 10) (session-fail "no server within 10 s"))
 
 (let ((diagnostics (session-wait #'flymake-diagnostics 10)))
