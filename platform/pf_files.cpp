@@ -84,15 +84,20 @@ std::vector<std::string> pf_search_directories() {
     return directories;
 }
 
+std::vector<std::string> pf_candidate_files(const char *name) {
+    std::string file = with_suffix(name);
+    std::vector<std::string> candidates;
+    if (strchr(name, '/'))
+        candidates.push_back(file);
+    else
+        for (const std::string &directory : pf_search_directories()) candidates.push_back(join(directory, file));
+    return candidates;
+}
+
 extern "C" Tbl *pffiles(const char *name, int flags) {
     if (!name || !*name || flags != 0) return nullptr;
     try {
-        std::string file = with_suffix(name);
-        std::vector<std::string> candidates;
-        if (strchr(name, '/'))
-            candidates.push_back(file);
-        else
-            for (const std::string &directory : pf_search_directories()) candidates.push_back(join(directory, file));
+        std::vector<std::string> candidates = pf_candidate_files(name);
         std::vector<std::pair<std::string, struct stat>> found;
         for (std::string &candidate : candidates) {
             struct stat info;

@@ -28,6 +28,7 @@
 
 #include <teskpf/diagnostics.h>
 #include <teskpf/document.h>
+#include <teskpf/error.h>
 #include <teskpf/export.h>
 
 namespace teskpf {

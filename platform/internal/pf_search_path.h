@@ -14,4 +14,9 @@ std::string pf_search_path();
 // empty ones skipped; "." when there is none.
 std::vector<std::string> pf_search_directories();
 
+// Every path where a file of `name` may be found, in search-path order:
+// DIR/NAME for each directory, ".pf" appended unless NAME ends in it; for a
+// name with "/", that path alone. Whether each exists is not looked at.
+std::vector<std::string> pf_candidate_files(const char *name);
+
 #endif

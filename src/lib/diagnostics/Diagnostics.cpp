@@ -33,6 +33,8 @@ void checkLayeredKeyPaths(const Layers &layers, std::vector<Diagnostic> &out) {
     }
 }
 
+}  // namespace
+
 std::vector<Diagnostic> checkLayers(const Layers &layers) {
     std::vector<Diagnostic> out;
     bool all_text = true;
@@ -71,8 +73,6 @@ std::vector<Diagnostic> checkLayers(const Layers &layers) {
                      [&](const Diagnostic &a, const Diagnostic &b) { return order(a) < order(b); });
     return out;
 }
-
-}  // namespace
 
 std::vector<Diagnostic> checkFile(const std::string &path) { return checkLayers(Layers::ofFile(path)); }
 
