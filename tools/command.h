@@ -30,6 +30,7 @@ Command keysCommand();
 Command exportCommand();
 Command importCommand();
 Command filesCommand();
+Command watchCommand();
 Command helpCommand();
 
 // Every subcommand, in the order the top-level help lists them.

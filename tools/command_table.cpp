@@ -3,9 +3,9 @@
 namespace teskpf_tool {
 
 const std::vector<Command> &allCommands() {
-    static const std::vector<Command> commands = {showCommand(),   getCommand(),    checkCommand(), explainCommand(),
-                                                  setCommand(),    unsetCommand(),  fmtCommand(),   keysCommand(),
-                                                  exportCommand(), importCommand(), filesCommand(), helpCommand()};
+    static const std::vector<Command> commands = {
+        showCommand(), getCommand(),    checkCommand(),  explainCommand(), setCommand(),   unsetCommand(), fmtCommand(),
+        keysCommand(), exportCommand(), importCommand(), filesCommand(),   watchCommand(), helpCommand()};
     return commands;
 }
 
