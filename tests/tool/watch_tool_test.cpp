@@ -40,10 +40,9 @@ std::vector<json> linesOf(const std::string &file, size_t count) {
     return out;
 }
 
-// Sends `signal` and waits for the exit status, killing the tool when it does
-// not end before the deadline (then -1).
-int endWith(pid_t pid, int signal) {
-    kill(pid, signal);
+// The exit status of the tool started as `pid`, waited for until the
+// deadline; -1 (the tool killed) when it has not ended by then.
+int statusWithin(pid_t pid) {
     const auto until = std::chrono::steady_clock::now() + kDeadline;
     int status = 0;
     while (waitpid(pid, &status, WNOHANG) == 0) {
@@ -55,6 +54,12 @@ int endWith(pid_t pid, int signal) {
         std::this_thread::sleep_for(10ms);
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// Sends `signal`; the exit status as statusWithin gives it.
+int endWith(pid_t pid, int signal) {
+    kill(pid, signal);
+    return statusWithin(pid);
 }
 
 struct Mode {
@@ -107,9 +112,10 @@ TEST(WatchTool, RefusesMillisecondsThatAreNot) {
     dir.write("app.pf", "gain 1\n");
     for (const char *bad : {"abc", "-5", "12ms", "", "99999999999"}) {
         SCOPED_TRACE(bad);
-        const tool_run::ToolRun run = tool_run::runTool({"watch", "app", "--settle", bad}, dir.path(), dir.path());
-        EXPECT_EQ(run.status, 2);
-        EXPECT_NE(run.err.find("--settle takes milliseconds"), std::string::npos) << run.err;
+        const std::string err = dir.path() + "/err";
+        const pid_t pid = tool_run::startTool({"watch", "app", "--settle", bad}, dir.path(), dir.path(), "", err);
+        EXPECT_EQ(statusWithin(pid), 2);
+        EXPECT_NE(test_support::readText(err).find("--settle takes milliseconds"), std::string::npos);
     }
 }
 
