@@ -74,7 +74,7 @@ public:
     void save(const std::string &path) const;
 
 private:
-    friend struct detail::DocumentAccess;
+    friend detail::DocumentAccess;
     TESKPF_LOCAL explicit Document(std::unique_ptr<detail::DocumentData> data);
     std::unique_ptr<detail::DocumentData> data_;
 };
