@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
@@ -14,6 +15,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -320,10 +322,23 @@ TEST(Watch, ThreadDeliversToTheCallback) {
         arrived.notify_all();
     });
     EXPECT_THROW(watcher.start({}), teskpf::Error);
+    // Another thread reads snapshots while the reload swaps the document
+    // (ThreadSanitizer, in scripts/test.sh, reports any race).
+    std::atomic<bool> reading{true};
+    std::thread reader([&] {
+        while (reading) EXPECT_NE(gainOf(watcher), "<none>");
+    });
     renameInto(dir.path() + "/app.pf", "gain 2\n");
+    bool delivered = false;
     {
         std::unique_lock<std::mutex> lock(mutex);
-        ASSERT_TRUE(arrived.wait_for(lock, kDeadline, [&] { return !events.empty(); }));
+        delivered = arrived.wait_for(lock, kDeadline, [&] { return !events.empty(); });
+    }
+    reading = false;
+    reader.join();
+    ASSERT_TRUE(delivered);
+    {
+        std::lock_guard<std::mutex> lock(mutex);
         ASSERT_EQ(events[0].changes.size(), 1u);
         EXPECT_EQ(events[0].changes[0].new_value, "2");
     }
