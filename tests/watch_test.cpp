@@ -14,6 +14,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -68,173 +69,120 @@ std::string gainOf(const teskpf::Watcher &watcher) {
     return document ? std::string((*document)["gain"].text()) : "<none>";
 }
 
-// One expected change: key, kind, old and new value, and the end of the
-// supplying file's path.
-struct Change {
-    std::string key;
-    ChangeKind kind;
-    std::string old_value;
-    std::string new_value;
-    std::string file_end;
-};
-
-struct Step {
-    std::function<void(const TempDir &)> edit;
-    WatchEvent::Kind kind;
-    std::vector<Change> changes;  // for Changed; Rejected rows give none
-    std::string gain_after;       // ["gain"] of current() afterwards
-};
-
-struct Case {
-    const char *name;
-    std::string path;  // PFPATH, directories relative to the temporary directory
-    std::function<void(const TempDir &)> before;
-    std::vector<Step> steps;
-};
-
-const std::vector<Case> &cases() {
-    static const std::vector<Case> rows = {
-        {"written in place",
-         "base",
-         [](const TempDir &dir) { dir.write("base/app.pf", "gain 1\n"); },
-         {{[](const TempDir &dir) { dir.write("base/app.pf", "gain 22\n"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "1", "22", "base/app.pf"}},
-           "22"}}},
-        {"saved through a temporary file and a rename",
-         "base",
-         [](const TempDir &dir) { dir.write("base/app.pf", "gain 1\n"); },
-         {{[](const TempDir &dir) { renameInto(dir.path() + "/base/app.pf", "gain 2\n"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "1", "2", "base/app.pf"}},
-           "2"},
-          {[](const TempDir &dir) { renameInto(dir.path() + "/base/app.pf", "gain 33\n"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "2", "33", "base/app.pf"}},
-           "33"}}},
-        {"a ..data directory link swapped",
-         "conf",
-         [](const TempDir &dir) {
-             dir.write("conf/..2026_01/app.pf", "gain 1\n");
-             fs::create_directory_symlink("..2026_01", dir.path() + "/conf/..data");
-             fs::create_symlink("..data/app.pf", dir.path() + "/conf/app.pf");
-         },
-         {{[](const TempDir &dir) {
-               dir.write("conf/..2026_02/app.pf", "gain 2\n");
-               fs::create_directory_symlink("..2026_02", dir.path() + "/conf/..data_tmp");
-               fs::rename(dir.path() + "/conf/..data_tmp", dir.path() + "/conf/..data");
-           },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "1", "2", "conf/app.pf"}},
-           "2"}}},
-        {"a layer created in a directory of the path, then removed",
-         "base:site",
-         [](const TempDir &dir) {
-             dir.write("base/app.pf", "gain 1\nmode fast\n");
-             fs::create_directory(dir.path() + "/site");
-         },
-         {{[](const TempDir &dir) { dir.write("site/app.pf", "gain 5\nextra yes\n"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "1", "5", "site/app.pf"},
-            {"[\"extra\"]", ChangeKind::Added, "", "yes", "site/app.pf"}},
-           "5"},
-          {[](const TempDir &dir) { fs::remove(dir.path() + "/site/app.pf"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "5", "1", "base/app.pf"},
-            {"[\"extra\"]", ChangeKind::Removed, "yes", "", "site/app.pf"}},
-           "1"}}},
-        {"a layer in a directory that does not exist yet",
-         "base:etc/site",
-         [](const TempDir &dir) { dir.write("base/app.pf", "gain 1\n"); },
-         {{[](const TempDir &dir) { dir.write("etc/site/app.pf", "gain 444\n"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "1", "444", "etc/site/app.pf"}},
-           "444"}}},
-        {"the only file deleted, then created again",
-         "base",
-         [](const TempDir &dir) { dir.write("base/app.pf", "gain 1\n"); },
-         {{[](const TempDir &dir) { fs::remove(dir.path() + "/base/app.pf"); }, WatchEvent::Kind::Rejected, {}, "1"},
-          {[](const TempDir &dir) { dir.write("base/app.pf", "gain 3\n"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "1", "3", "base/app.pf"}},
-           "3"}}},
-        {"a broken edit kept out, then its fix taken",
-         "base",
-         [](const TempDir &dir) { dir.write("base/app.pf", "gain 1 #<int>\n"); },
-         {{[](const TempDir &dir) { dir.write("base/app.pf", "gain loud #<int>\n"); },
-           WatchEvent::Kind::Rejected,
-           {},
-           "1"},
-          {[](const TempDir &dir) { dir.write("base/app.pf", "gain 7 #<int>\n"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"gain\"]", ChangeKind::Changed, "1", "7", "base/app.pf"}},
-           "7"}}},
-        {"members of a block added, removed and changed",
-         "base",
-         [](const TempDir &dir) { dir.write("base/app.pf", "gain 1\nnet &Arr{\n  port 80\n  host a\n}\n"); },
-         {{[](const TempDir &dir) { dir.write("base/app.pf", "gain 1\nnet &Arr{\n  port 8080\n  tls on\n}\n"); },
-           WatchEvent::Kind::Changed,
-           {{"[\"net\"][\"port\"]", ChangeKind::Changed, "80", "8080", "base/app.pf"},
-            {"[\"net\"][\"tls\"]", ChangeKind::Added, "", "on", "base/app.pf"},
-            {"[\"net\"][\"host\"]", ChangeKind::Removed, "a", "", "base/app.pf"}},
-           "1"}}},
-    };
-    return rows;
-}
-
 bool endsWith(const std::string &text, const std::string &end) {
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+// TEXT of a case line: "\n" read as a line end.
+std::string unescaped(const std::string &text) {
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\\' && i + 1 < text.size() && text[i + 1] == 'n') {
+            out += '\n';
+            ++i;
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+// Runs the case of tests/data/watch/cases.txt that starts at line `first`
+// (its "case" line) up to the next case; see that file for the commands.
+void runCase(const std::vector<std::string> &lines, size_t first, bool polling) {
+    TempDir dir;
+    std::optional<ScopedEnv> pfpath;
+    std::optional<teskpf::Watcher> watcher;
+    std::optional<WatchEvent> event;
+    size_t next_change = 0;
+    auto at = [&](const std::string &path) { return dir.path() + "/" + path; };
+    auto checkAllChangesSeen = [&] {
+        if (event) {
+            EXPECT_EQ(event->changes.size(), next_change) << "more changes than the case lists";
+        }
+    };
+    for (size_t n = first + 1; n < lines.size() && lines[n].rfind("case ", 0) != 0; ++n) {
+        const std::string &line = lines[n];
+        if (line.empty() || line[0] == '#') continue;
+        SCOPED_TRACE("cases.txt line " + std::to_string(n + 1) + ": " + line);
+        std::istringstream in(line);
+        std::string command, a, b;
+        in >> command >> a;
+        if (command == "write" || command == "rename") {
+            std::getline(in >> std::ws, b);
+            if (command == "write") {
+                dir.write(a, unescaped(b));
+            } else {
+                std::ofstream(at(a) + ".tmp~", std::ios::binary) << unescaped(b);
+                fs::rename(at(a) + ".tmp~", at(a));
+            }
+        } else if (command == "pfpath") {
+            std::string path;
+            for (size_t start = 0; start <= a.size();) {
+                const size_t end = std::min(a.find(':', start), a.size());
+                path += (path.empty() ? "" : ":") + at(a.substr(start, end - start));
+                start = end + 1;
+            }
+            pfpath.emplace("PFPATH", path);
+        } else if (command == "remove") {
+            fs::remove(at(a));
+        } else if (command == "mkdir") {
+            fs::create_directories(at(a));
+        } else if (command == "symlink") {
+            in >> b;
+            fs::create_symlink(a, at(b));
+        } else if (command == "move") {
+            in >> b;
+            fs::rename(at(a), at(b));
+        } else if (command == "watch") {
+            watcher.emplace("app", optionsFor(polling));
+            ASSERT_EQ(watcher->polling(), polling);
+            ASSERT_EQ(watcher->initial().kind, WatchEvent::Kind::Changed) << watcher->initial().error;
+        } else if (command == "expect") {
+            checkAllChangesSeen();
+            in >> b;
+            event = nextEvent(*watcher);
+            next_change = 0;
+            ASSERT_TRUE(event) << "no outcome before the deadline";
+            EXPECT_EQ(teskpf::watchEventName(event->kind), a);
+            if (event->kind == WatchEvent::Kind::Rejected) {
+                EXPECT_TRUE(!event->diagnostics.empty() || !event->error.empty());
+            }
+            EXPECT_EQ(gainOf(*watcher), b);
+            EXPECT_EQ(event->document, watcher->current());
+        } else if (command == "change") {
+            std::string key, old_value, new_value, file;
+            in >> key >> old_value >> new_value >> file;
+            ASSERT_TRUE(event);
+            ASSERT_LT(next_change, event->changes.size()) << "fewer changes than the case lists";
+            const teskpf::KeyChange &got = event->changes[next_change++];
+            EXPECT_EQ(teskpf::changeKindName(got.change), a);
+            EXPECT_EQ(got.key, key);
+            EXPECT_EQ(got.old_value, old_value == "-" ? "" : old_value);
+            EXPECT_EQ(got.new_value, new_value == "-" ? "" : new_value);
+            EXPECT_TRUE(endsWith(got.file, file)) << got.file;
+            EXPECT_GT(got.line, 0);
+        } else {
+            FAIL() << "unknown command " << command;
+        }
+    }
+    checkAllChangesSeen();
 }
 
 // Each case with notifications and with polling.
 class WatchCases : public ::testing::TestWithParam<bool> {};
 
-// Runs one row: every step's outcome and the document in effect after it.
-void runCase(const Case &row, bool polling) {
-    TempDir dir;
-    std::string path;
-    for (size_t start = 0; start <= row.path.size();) {
-        size_t end = std::min(row.path.find(':', start), row.path.size());
-        path += (path.empty() ? "" : ":") + dir.path() + "/" + row.path.substr(start, end - start);
-        start = end + 1;
-    }
-    ScopedEnv pfpath("PFPATH", path);
-    row.before(dir);
-    teskpf::Watcher watcher("app", optionsFor(polling));
-    ASSERT_EQ(watcher.polling(), polling);
-    ASSERT_EQ(watcher.initial().kind, WatchEvent::Kind::Changed) << watcher.initial().error;
-    ASSERT_NE(watcher.current(), nullptr);
-    for (size_t s = 0; s < row.steps.size(); ++s) {
-        SCOPED_TRACE("step " + std::to_string(s + 1));
-        const Step &step = row.steps[s];
-        step.edit(dir);
-        std::optional<WatchEvent> event = nextEvent(watcher);
-        ASSERT_TRUE(event) << "no outcome before the deadline";
-        EXPECT_EQ(event->kind, step.kind);
-        if (step.kind == WatchEvent::Kind::Rejected) {
-            EXPECT_TRUE(!event->diagnostics.empty() || !event->error.empty());
-        }
-        ASSERT_EQ(event->changes.size(), step.changes.size());
-        for (size_t c = 0; c < step.changes.size(); ++c) {
-            const teskpf::KeyChange &got = event->changes[c];
-            const Change &want = step.changes[c];
-            EXPECT_EQ(got.key, want.key);
-            EXPECT_EQ(teskpf::changeKindName(got.change), std::string(teskpf::changeKindName(want.kind)));
-            EXPECT_EQ(got.old_value, want.old_value);
-            EXPECT_EQ(got.new_value, want.new_value);
-            EXPECT_TRUE(endsWith(got.file, want.file_end)) << got.file;
-            EXPECT_GT(got.line, 0);
-        }
-        EXPECT_EQ(gainOf(watcher), step.gain_after);
-        EXPECT_EQ(event->document, watcher.current());
-    }
-}
-
 TEST_P(WatchCases, GiveTheExpectedOutcomes) {
-    for (const Case &row : cases()) {
-        SCOPED_TRACE(row.name);
-        runCase(row, GetParam());
+    const std::vector<std::string> lines =
+        test_support::lines(test_support::readText(TESKPF_TEST_DATA_DIR "/watch/cases.txt"));
+    size_t cases = 0;
+    for (size_t n = 0; n < lines.size(); ++n) {
+        if (lines[n].rfind("case ", 0) != 0) continue;
+        SCOPED_TRACE(lines[n]);
+        runCase(lines, n, GetParam());
+        ++cases;
     }
+    EXPECT_GE(cases, 8u);
 }
 
 TEST_P(WatchCases, ABurstOfWritesGivesFewReloads) {
