@@ -352,7 +352,22 @@ void BM_ExplainLayered(benchmark::State &state) {
     state.SetComplexityN(static_cast<int64_t>(keys));
 }
 
+// teskpf::checkText on N values that fail their annotation, each silenced by
+// the directive on the line before it, and N keys defined twice, silenced by
+// one directive for the file: nothing is reported, and the work is linear.
+void BM_CheckSilenced(benchmark::State &state) {
+    const size_t values = static_cast<size_t>(state.range(0));
+    std::string text = "# teskpf-disable-file duplicate-key\n";
+    for (size_t i = 0; i < values; ++i)
+        text += "# teskpf-disable-next-line value-mismatch\nk" + std::to_string(i) + " x #<int>\nd 1\n";
+    for (auto _ : state) {
+        if (!teskpf::checkText(text, "silenced.pf").empty()) state.SkipWithError("a diagnostic was not silenced");
+    }
+    state.SetComplexityN(static_cast<int64_t>(values));
+}
+
 BENCHMARK(BM_CheckWordList)->Apply(wordListSizes);
+BENCHMARK(BM_CheckSilenced)->Apply(wordListSizes);
 BENCHMARK(BM_CheckLayeredWordList)->Apply(wordListSizes);
 BENCHMARK(BM_CheckLayeredOverrides)->Apply(wordListSizes);
 BENCHMARK(BM_ExplainLayered)->Apply(wordListSizes);

@@ -16,7 +16,9 @@ extern "C" {
    separated by ":"; empty components are skipped; an unset or empty PFPATH
    means ".". A name without "/" is looked for as DIR/NAME in each directory,
    a name with "/" only as itself; either way ".pf" is appended unless the name
-   already ends in ".pf". Only readable regular files are listed, each file
+   already ends in ".pf". Each candidate is opened (read-only, non-blocking,
+   never as a controlling terminal) and closed again: only regular files that
+   the real user may read (as access(2) judges) are listed, each file
    once: when several paths name the same file (a directory given twice, or
    by two spellings, or a link), only the last of them is listed, where that
    file takes precedence.

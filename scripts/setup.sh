@@ -2,12 +2,13 @@
 # Installs the Debian packages TeskPf needs: to build the library, the tool
 # and the Python package, and with --dev also to run every test (GoogleTest,
 # clang 14 for the fuzzers, pytest, mypy for the Python types, jq for the
-# shell sessions of the docs). Run as root.
+# shell sessions of the docs, vim and npm for the editor highlighting tests).
+# Run as root.
 set -euo pipefail
 packages=(cmake make g++ pkg-config
           nlohmann-json3-dev python3-pybind11 pybind11-dev python3-dev python3-setuptools python3-wheel python3-pip python3-venv)
 if [[ "${1:-}" == "--dev" ]]; then
-  packages+=(libgtest-dev libgmock-dev clang-14 libclang-rt-14-dev clang-format-14 python3-pytest mypy jq)
+  packages+=(libgtest-dev libgmock-dev clang-14 libclang-rt-14-dev clang-format-14 python3-pytest mypy jq vim npm)
 elif [[ $# -gt 0 ]]; then
   echo "usage: scripts/setup.sh [--dev]" >&2
   exit 2

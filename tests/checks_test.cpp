@@ -159,3 +159,53 @@ TEST(Editing, OneFieldOfTheLastEqualKeyChangesAndTheCallbackDecidesTheValue) {
         EXPECT_EQ(pf.getValue("[\"a\"]", nullptr, nullptr), stored) << value;
     }
 }
+
+// Annotation texts are registered from the parameter lines of every file read
+// and parsed when a value is first checked, each distinct text once, however
+// many entries share it and whichever entry is checked first. A text seen
+// only on a comment line, and the empty text when every parameter line has
+// an annotation, stay unregistered ("unparsed"); copies of a handle share the
+// parsed texts.
+TEST(AnnotationTexts, EachTextParsedOnceWhateverIsCheckedFirst) {
+    TempDir dir;
+    const std::string many =
+        dir.write("a.pf",
+                  "#<color> a comment line\n# plain comment\nn1 1 #<int>\nn2 x #<int>\nn3 2 #<int> again\n"
+                  "w1 x #<str>(x y)\nw2 z #<str>(x y)\nw3 y #<str>(y)\nf1 1.5 #<float>\nm2 1 #<nope>\n"
+                  "m3 1 #<nope>\np1 1 #<int> <float>\np2 1 2.5 #<int> <float>\nblk &Arr{ #<int>\n  x 7\n  y z\n}\n");
+    const std::string one_plain = dir.write("b.pf", "# plain comment\nn1 1 #<int>\nplain 5\n");
+    const std::string all_annotated = dir.write("c.pf", "# plain comment\nn1 1 #<int>\nn2 x #<str>(x)\n");
+    const std::vector<std::pair<std::string, Rows>> cases = {
+        {many,
+         {"0: ok <color> unparsed", "1: ok  parsed", "2:1 ok <int> parsed", "3:1 bad <int> parsed",
+          "4:1 ok <int> parsed", "5:0 ok <str>(x y) parsed", "6:0 bad <str>(x y) parsed", "7:0 ok <str>(y) parsed",
+          "8:2 ok <float> parsed", "9: ok <nope> unparsed", "10: ok <nope> unparsed", "11:12 bad <int> <float> parsed",
+          "12:12 ok <int> <float> parsed", "13:1 bad <int> parsed", "14:1 ok  parsed", "15:1 bad  parsed"}},
+        {one_plain, {"0: ok  parsed", "1:1 ok <int> parsed", "2: ok  parsed"}},
+        {all_annotated, {"0: ok  unparsed", "1:1 ok <int> parsed", "2:0 ok <str>(x) parsed"}},
+    };
+    auto verdict = [](const TeskPf &pf, int index) {
+        Table<int> types;
+        const bool ok = pf.checkValue(index, nullptr, &types);
+        bool parsed = true;
+        const std::string text = pf.getConstraints(index, &parsed);
+        std::string out = std::to_string(index) + ":";
+        for (int type : types) out += std::to_string(type);
+        return out + (ok ? " ok " : " bad ") + text + (parsed ? " parsed" : " unparsed");
+    };
+    for (const auto &[file, expected] : cases) {
+        // Forwards, backwards, and on a copy checked before its original.
+        TeskPf forwards(file, 0), backwards(file, 0), original(file, 0);
+        const TeskPf copy = original;
+        ASSERT_EQ(forwards.size(), static_cast<int>(expected.size())) << file;
+        Rows seen_forwards, seen_backwards(expected.size()), seen_copy, seen_original;
+        for (int i = 0; i < forwards.size(); ++i) seen_forwards.push_back(verdict(forwards, i));
+        for (int i = backwards.size(); i-- > 0;) seen_backwards[static_cast<size_t>(i)] = verdict(backwards, i);
+        for (int i = 0; i < copy.size(); ++i) seen_copy.push_back(verdict(copy, i));
+        for (int i = 0; i < original.size(); ++i) seen_original.push_back(verdict(original, i));
+        EXPECT_EQ(seen_forwards, expected) << file;
+        EXPECT_EQ(seen_backwards, expected) << file;
+        EXPECT_EQ(seen_copy, expected) << file;
+        EXPECT_EQ(seen_original, expected) << file;
+    }
+}

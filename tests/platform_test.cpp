@@ -1,5 +1,7 @@
 // The platform layer: lists, trimming, clock, search path and compiled trees.
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -37,6 +39,8 @@ TEST(Platform, SearchPathCandidates) {
     fs::create_symlink(fs::absolute("b/real.pf"), "c/z.pf");
     fs::create_symlink("nowhere.pf", "b/z.pf");
     fs::create_directory_symlink(fs::absolute("a"), "la");
+    fs::create_directory("f");
+    ASSERT_EQ(mkfifo("f/x.pf", 0644), 0);  // never waited on: opened without blocking, or not at all
     using Paths = std::vector<std::string>;
     const std::string long_dir(10000, 'd');
     const std::tuple<const char *, std::string, Paths> cases[] = {
@@ -59,6 +63,7 @@ TEST(Platform, SearchPathCandidates) {
         {"a:b:c", "z", {"c/z.pf"}},                                             // regular files only, symlinks followed
         {"d:e", "u", geteuid() ? Paths{"e/u.pf"} : Paths{"d/u.pf", "e/u.pf"}},  // unreadable skipped (root reads all)
         // Each file once, where it last appears.
+        {"f:b", "x", {"b/x.pf"}},
         {"a:b:a", "x", {"b/x.pf", "a/x.pf"}},
         {"a:b:./a/:la", "x", {"b/x.pf", "la/x.pf"}},
         {"a:a:a", "x", {"a/x.pf"}},
@@ -73,6 +78,106 @@ TEST(Platform, SearchPathCandidates) {
         EXPECT_EQ(found, expected) << "PFPATH=" << (pfpath ? pfpath : "(unset)") << " name=" << name.substr(0, 40);
     }
     EXPECT_EQ(pffiles("x", 1), nullptr);
+}
+
+// What pffiles lists for PFPATH=`pfpath` and `name`.
+static std::vector<std::string> listed(const char *pfpath, const char *name) {
+    ScopedEnv env("PFPATH", pfpath);
+    std::vector<std::string> found;
+    Tbl *list = pffiles(name, 0);
+    for (long i = 0; i < cnttbl(list); ++i) found.emplace_back(static_cast<const char *>(gettbl(list, i)));
+    freetbl(list, nullptr);
+    return found;
+}
+
+// Runs `check` in a child process (which may change its ids or limits) and
+// expects it to answer "" (else what went wrong).
+static void expectInChild(const std::function<std::string()> &check) {
+    int out[2];
+    ASSERT_EQ(pipe(out), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        close(out[0]);
+        const std::string problem = check();
+        if (!problem.empty() && write(out[1], problem.data(), problem.size()) < 0) _exit(2);
+        _exit(problem.empty() ? 0 : 1);
+    }
+    close(out[1]);
+    std::string problem;
+    char buffer[256];
+    for (ssize_t got; (got = read(out[0], buffer, sizeof buffer)) > 0;) problem.append(buffer, size_t(got));
+    close(out[0]);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << problem;
+}
+
+static std::string joined(const std::vector<std::string> &paths) {
+    std::string text;
+    for (const std::string &path : paths) text += path + " ";
+    return text;
+}
+
+// The search opens each candidate once and reads from that descriptor; these
+// are the cases where that could differ from looking at the path.
+TEST(Platform, SearchOpensCandidatesAsReadingNeedsThem) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root to take another real user id";
+    TempDir dir;
+    ScopedCwd cwd(dir.path());
+    chmod(dir.path().c_str(), 0755);  // let nobody in
+    dir.write("open/x.pf", "a 1\n");
+    chmod(dir.write("closed/x.pf", "b 2\n").c_str(), 0600);
+    const uid_t nobody = getpwnam("nobody")->pw_uid;
+    // Read permission is the real user's, as access(2) judges it, even while
+    // the effective user could open the file.
+    expectInChild([&]() -> std::string {
+        if (setresuid(nobody, 0, 0) != 0) return "cannot take nobody's real id";
+        const std::string found = joined(listed("open:closed", "x"));
+        return found == "open/x.pf " ? "" : "listed: " + found;
+    });
+    // The other way round too: a file the real user may read is listed
+    // though the effective user cannot open it.
+    expectInChild([&]() -> std::string {
+        if (setresuid(0, nobody, 0) != 0) return "cannot take nobody's effective id";
+        const std::string found = joined(listed("open:closed", "x"));
+        return found == "open/x.pf closed/x.pf " ? "" : "listed: " + found;
+    });
+    // Out of descriptors, a file is judged by its path and still listed.
+    expectInChild([&]() -> std::string {
+        const int lowest_free = dup(0);
+        close(lowest_free);
+        const rlimit limit{static_cast<rlim_t>(lowest_free), static_cast<rlim_t>(lowest_free)};
+        if (setrlimit(RLIMIT_NOFILE, &limit) != 0) return "cannot lower the descriptor limit";
+        const std::string found = joined(listed("open:closed", "x"));
+        return found == "open/x.pf closed/x.pf " ? "" : "listed: " + found;
+    });
+}
+
+// A long search list is read whole though the search holds few descriptors,
+// and loading leaves none open, whether files are found or not.
+TEST(Platform, LongSearchListsReadWholeWithoutKeepingDescriptors) {
+    TempDir dir;
+    ScopedCwd cwd(dir.path());
+    std::string pfpath;
+    std::vector<std::string> keys;
+    for (int i = 0; i < 20; ++i) {
+        const std::string key = "k" + std::to_string(i);
+        dir.write("d" + std::to_string(i) + "/x.pf", key + " " + std::to_string(i) + "\n");
+        pfpath += "d" + std::to_string(i) + ":";
+        keys.push_back("[\"" + key + "\"]");
+    }
+    fs::create_directory("d20");
+    ASSERT_EQ(mkfifo("d20/x.pf", 0644), 0);
+    ScopedEnv env("PFPATH", pfpath + "d20:missing");
+    auto descriptors = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = descriptors();
+    TeskPf pf("x", 0);
+    TeskPf none("nothing", 0);
+    EXPECT_EQ(descriptors(), before);
+    ASSERT_EQ(pf.size(), 20);
+    for (int i = 0; i < 20; ++i)  // the last file first, then each earlier file's key after it
+        EXPECT_EQ(pf.getKey(i), keys[static_cast<size_t>(19 - i)]) << i;
+    EXPECT_EQ(none.size(), 0);
 }
 
 // Compiling splits lines as reading does: keys trimmed at their end (a

@@ -1,5 +1,6 @@
 // Reading: constraint annotations, blocks, loading and merging files along
 // the search path, "~" expansion, and queries on the entry list.
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "files/HomeDirectory.h"
+#include "parsing/ParsedFile.h"
 #include "support/Reference.h"
 #include "syntax/ConstraintParser.h"
 #include "test_support.h"
@@ -230,4 +232,27 @@ TEST(Queries, ByIndexOrKeyWithTheDisplayListing) {
         EXPECT_EQ(std::to_string(pf.getEntryIndex(key)) + std::to_string(pf.getLevel(key)) + row(pf.getEntry(key)),
                   "-1-1")
             << key;
+}
+
+// Reading an open file goes on to its end whatever size it was said to have:
+// a file that has grown since its size was read, or shrunk, reads whole.
+TEST(Loading, AnOpenFileReadsToItsEndWhateverItsSizeWasSaidToBe) {
+    TempDir dir;
+    std::string large;
+    for (int i = 0; large.size() < 10000; ++i) large += "key" + std::to_string(i) + " value\n";
+    for (const std::string &content : {std::string("a 1\n"), large, std::string()}) {
+        const std::string path = dir.write("grown.pf", content);
+        const off_t actual = static_cast<off_t>(content.size());
+        for (off_t said : {off_t(0), off_t(1), actual - 1, actual, actual + 1, actual * 3 + 5}) {
+            if (said < 0) continue;
+            const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+            ASSERT_GE(fd, 0);
+            teskpf::FileText text;
+            int error = -1;
+            EXPECT_TRUE(teskpf::readOpenFile(fd, said, text, error));
+            close(fd);
+            EXPECT_EQ(error, 0);
+            EXPECT_EQ(text.view(), content) << content.size() << " bytes said to be " << said;
+        }
+    }
 }

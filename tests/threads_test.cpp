@@ -7,6 +7,7 @@
 #include <teskpf/save.h>
 #include <teskpf/search.h>
 
+#include <fstream>
 #include <functional>
 #include <string>
 #include <thread>
@@ -73,3 +74,28 @@ TEST(Threads, SavesAndFailedReadsAreIndependent) {
 }
 
 }  // namespace
+
+// Copies of one handle share its parsed annotation texts, which the first
+// check parses: copies checked from several threads at once each see what a
+// handle checked alone sees.
+TEST(Threads, CopiesOfAHandleCheckTheirFirstValuesAtOnce) {
+    TempDir dir;
+    std::string content;
+    for (int i = 0; i < 200; ++i)
+        content += "k" + std::to_string(i) + " " + std::to_string(i % 3 ? i : -i) + " #<" +
+                   (i % 4 ? "int>" : "str>(0 4 8)") + "\n";
+    const std::string file = dir.path() + "/shared.pf";
+    std::ofstream(file) << content;
+    auto verdicts = [](const TeskPf &pf) {
+        std::string seen;
+        for (int i = 0; i < pf.size(); ++i) seen += pf.checkValue(i, nullptr, nullptr) ? '1' : '0';
+        return seen;
+    };
+    const std::string alone = verdicts(TeskPf(file, 0));
+    ASSERT_NE(alone.find('0'), std::string::npos);
+    for (int round = 0; round < kRounds; ++round) {
+        const TeskPf shared(file, 0);
+        for (const std::string &result : onThreads([&](int) { return verdicts(TeskPf(shared)); }))
+            EXPECT_EQ(result, alone);
+    }
+}

@@ -182,3 +182,35 @@ TEST(TypedPrinting, NodesPrintAsValuesOrParameterText) {
 }
 
 }  // namespace
+
+namespace {
+
+using teskpf::TypedField;
+
+// The fields of a value typed by the annotation in effect: each a number for
+// <int> and <float>, the text otherwise; nothing when the value fails it.
+TEST(TypedFields, EachFieldByItsTypeOrNothing) {
+    struct Case {
+        const char *line;
+        std::optional<std::vector<TypedField>> expected;
+    };
+    using Fields = std::vector<TypedField>;
+    const std::vector<Case> cases = {
+        {"v\t0x1F\t#<int>", Fields{std::int64_t{31}}},
+        {"v\t2.5\t#<float>", Fields{2.5}},
+        {"v\t12 0.5 red\t#<int> <float> <color>", Fields{std::int64_t{12}, 0.5, std::string("red")}},
+        {"v\thigh\t#<str>(low high)", Fields{std::string("high")}},
+        {"v\tlouder\t#<str>(low high)", std::nullopt},
+        {"v\t12 13\t#<int>", std::nullopt},
+        {"v\t12", std::nullopt},
+        {"v\t12\t#<Int>", std::nullopt},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.line);
+        EXPECT_EQ(Document::parse(std::string(c.line) + "\n")["v"].typedFields(), c.expected);
+    }
+    // A block's member takes the block's annotation.
+    EXPECT_EQ(Document::parse("b &Arr{\t#<int>\n\tv\t7\n}\n")["b"]["v"].typedFields(), Fields{std::int64_t{7}});
+}
+
+}  // namespace

@@ -1,4 +1,4 @@
-// teskpf check [--format text|json|github] [--strict] NAME|FILE|DIR|-...: the linter.
+// teskpf check [--format text|json|github] [--strict] [--disable RULE,...] NAME|FILE|DIR|-...: the linter.
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
@@ -35,17 +35,18 @@ std::vector<std::string> parameterFilesBelow(const std::string &dir) {
 // The diagnostics of one argument: the files it names (teskpf::namedFiles),
 // layered; or, for a directory, each *.pf file below it alone. Adds the
 // files checked to `files`.
-std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, size_t &files) {
+std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, const teskpf::CheckOptions &options,
+                                              size_t &files) {
     if (arg == kStandardInput) {
         ++files;
-        return teskpf::checkText(readStandardInput(), "<stdin>");
+        return teskpf::checkText(readStandardInput(), "<stdin>", options);
     }
     std::error_code ignored;
     if (fs::is_directory(arg, ignored)) {
         std::vector<teskpf::Diagnostic> all;
         // Each has a "/", so it names that file alone.
         for (const std::string &file : parameterFilesBelow(arg)) {
-            std::vector<teskpf::Diagnostic> found = teskpf::checkFile(file);
+            std::vector<teskpf::Diagnostic> found = teskpf::checkFile(file, options);
             all.insert(all.end(), found.begin(), found.end());
             ++files;
         }
@@ -53,7 +54,7 @@ std::vector<teskpf::Diagnostic> checkArgument(const std::string &arg, size_t &fi
     }
     const size_t layers = teskpf::parameterFiles(arg).size();
     if (layers == 0) throwNoParameterFile(arg);
-    std::vector<teskpf::Diagnostic> found = teskpf::checkName(arg);
+    std::vector<teskpf::Diagnostic> found = teskpf::checkName(arg, options);
     files += layers;
     return found;
 }
@@ -66,15 +67,30 @@ OutputFormat formatOption(const CommandLine &line) {
     throw UsageError("check: unknown format '" + format + "' (text, json or github)", "check");
 }
 
+// The rules --disable names (comma-separated), checked once before any file
+// is read: the library refuses unknown ones, and an empty text reads nothing.
+teskpf::CheckOptions checkOptions(const CommandLine &line) {
+    teskpf::CheckOptions options;
+    if (!line.has("--disable")) return options;
+    options.disabled_rules.push_back(line.value("--disable"));
+    try {
+        teskpf::checkText({}, kStandardInput, options);
+    } catch (const teskpf::Error &error) {
+        throw UsageError(std::string("check: ") + error.what(), "check");
+    }
+    return options;
+}
+
 int runCheck(const CommandLine &line) {
     const OutputFormat format = formatOption(line);
+    const teskpf::CheckOptions options = checkOptions(line);
     std::vector<teskpf::Diagnostic> all;
     size_t files = 0;
     // Every argument is checked even after one fails to read: the worst status wins.
     int status = kExitOk;
     for (const std::string &arg : line.positional) {
         status = std::max(status, runReportingErrors([&] {
-                              std::vector<teskpf::Diagnostic> found = checkArgument(arg, files);
+                              std::vector<teskpf::Diagnostic> found = checkArgument(arg, options, files);
                               all.insert(all.end(), found.begin(), found.end());
                               return kExitOk;
                           }));
@@ -95,7 +111,7 @@ int runCheck(const CommandLine &line) {
 
 Command checkCommand() {
     return {"check",
-            "check [--format text|json|github] [--strict] [-q] NAME|DIR|-...",
+            "check [--format text|json|github] [--strict] [--disable RULE,...] [-q] NAME|DIR|-...",
             "lint parameter files: layout, annotations and values",
             "Reports what reading passes over silently (a stray '}', a block left\n"
             "open, text after a brace, a key defined twice, an annotation that does\n"
@@ -109,11 +125,15 @@ Command checkCommand() {
             "  -     standard input, read alone and reported as <stdin>\n"
             "Formats (--format): text (FILE:LINE:COLUMN: error|warning: MESSAGE\n"
             "[rule], 1-based), json (one array of objects) or github (workflow\n"
-            "annotations). A summary goes to standard error (\"ok: N files, no\n"
+            "annotations). --disable RULE,... leaves out the rules named (ids as\n"
+            "printed in brackets, comma-separated; 'not-text' and 'unreadable' cannot\n"
+            "be left out); a comment line '# teskpf-disable-next-line RULE,...' or\n"
+            "'# teskpf-disable-file RULE,...' does so for the next line or the whole\n"
+            "file it is in. A summary goes to standard error (\"ok: N files, no\n"
             "problems\" when clean; -q leaves it out). Exit status 0 when\n"
             "there is no error (and, with --strict, no warning), 1 when there is,\n"
             "2 for a usage error or a file that cannot be read.\n",
-            {{{"--format", true}, {"--strict", false}, {"-q", false}}, {"NAME"}, 1, true},
+            {{{"--format", true}, {"--strict", false}, {"--disable", true}, {"-q", false}}, {"NAME"}, 1, true},
             runCheck,
             "teskpf check --format github config/"};
 }

@@ -1,8 +1,6 @@
 // teskpf import FILE.json [-o FILE.pf]: a parameter file from a JSON object.
 #include <cctype>
-#include <fstream>
 #include <iostream>
-#include <sstream>
 #include <vector>
 
 #include <TeskPf.h>
@@ -17,17 +15,6 @@
 namespace teskpf_tool {
 
 namespace {
-
-// The JSON text of `file`, "-" being standard input.
-std::string readInput(const std::string &file) {
-    if (file == kStandardInput) return readStandardInput();
-    std::ifstream in(file, std::ios::binary);
-    if (!in) throw ToolError("cannot read '" + file + "'", kExitError);
-    std::ostringstream text;
-    text << in.rdbuf();
-    if (in.bad()) throw ToolError("cannot read '" + file + "'", kExitError);
-    return text.str();
-}
 
 // A member's place as jq writes it: .name, ["odd name"] or [3].
 std::string memberPath(const std::string &parent, const std::string &name) {
@@ -141,7 +128,7 @@ Json asExported(const Json &json) {
 
 int runImport(const CommandLine &line) {
     const std::string &file = line.positional[0];
-    const Json json = parseOrderedJson(readInput(file), file);
+    const Json json = parseOrderedJson(readFileOrStandardInput(file), file);
     const std::string name = line.has("-o") ? line.value("-o") : "<import>";
     const teskpf::Document document = teskpf::Document::parse(parameterText(json), name);
     // The written file must export as the JSON it came from.

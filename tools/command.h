@@ -30,6 +30,7 @@ Command keysCommand();
 Command exportCommand();
 Command importCommand();
 Command filesCommand();
+Command lspCommand();
 Command watchCommand();
 Command helpCommand();
 

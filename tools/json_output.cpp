@@ -8,32 +8,25 @@
 #include <utility>
 #include <vector>
 
-#include <teskpf/convert.h>
-
 namespace teskpf_tool {
 
 namespace {
 
-// One field converted as the annotation's type reads it; the text when it
-// does not convert or has no JSON number (inf, nan).
-Json typedField(const std::string &field, teskpf::ValueType type) {
-    if (type == teskpf::ValueType::Int) {
-        if (auto number = teskpf::toInteger(field)) return *number;
-    } else if (type == teskpf::ValueType::Float) {
-        if (auto number = teskpf::toFloat(field); number && std::isfinite(*number)) return *number;
-    }
-    return field;
-}
-
 // The value as Python's typed reading gives it: the text unless it passes
-// the annotation in effect; one field as a scalar, several as an array.
+// the annotation in effect; one field as a scalar, several as an array. A
+// number JSON cannot hold (inf, nan) stays the field's text.
 Json typedValue(const teskpf::Node &node) {
-    const teskpf::Verdict verdict = node.check();
-    if (!verdict.ok || verdict.types.empty()) return std::string(node.text());
-    const std::vector<std::string> fields = node.fields();
+    std::optional<std::vector<teskpf::TypedField>> typed = node.typedFields();
+    if (!typed) return std::string(node.text());
+    const std::vector<std::string> texts = node.fields();
     Json converted = Json::array();
-    for (size_t i = 0; i < fields.size() && i < verdict.types.size(); ++i)
-        converted.push_back(typedField(fields[i], verdict.types[i]));
+    for (size_t i = 0; i < typed->size(); ++i) {
+        const double *number = std::get_if<double>(&(*typed)[i]);
+        if (number && !std::isfinite(*number))
+            converted.push_back(texts[i]);
+        else
+            std::visit([&](auto &field) { converted.push_back(std::move(field)); }, (*typed)[i]);
+    }
     if (converted.size() == 1) return converted[0];
     return converted;
 }

@@ -1,7 +1,9 @@
 #include "param_files.h"
 
+#include <fstream>
 #include <iostream>
 #include <iterator>
+#include <sstream>
 
 #include <teskpf/save.h>
 #include <teskpf/search.h>
@@ -11,6 +13,16 @@
 namespace teskpf_tool {
 
 std::string readStandardInput() { return std::string(std::istreambuf_iterator<char>(std::cin), {}); }
+
+std::string readFileOrStandardInput(const std::string &file) {
+    if (file == kStandardInput) return readStandardInput();
+    std::ifstream in(file, std::ios::binary);
+    if (!in) throw ToolError("cannot read '" + file + "'", kExitError);
+    std::ostringstream text;
+    text << in.rdbuf();
+    if (in.bad()) throw ToolError("cannot read '" + file + "'", kExitError);
+    return text.str();
+}
 
 void throwNoParameterFile(const std::string &name) { throw ToolError(teskpf::namedFiles(name).why, kExitError); }
 

@@ -29,6 +29,10 @@ inline constexpr const char *kStandardInput = "-";
 // All of standard input, byte for byte.
 std::string readStandardInput();
 
+// All of the file `file`, or of standard input for "-". Throws ToolError
+// (exit 2) when it cannot be read.
+std::string readFileOrStandardInput(const std::string &file);
+
 // The file part of an entry's source "file:line".
 std::string sourceFile(const std::string &source);
 

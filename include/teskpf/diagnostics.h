@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <teskpf/export.h>
+#include <teskpf/layer_text.h>
 
 namespace teskpf {
 
@@ -33,16 +34,39 @@ TESKPF_API const char *severityName(Severity severity);
 // 0 when none does (messages quote file bytes, which need not be UTF-8).
 TESKPF_API std::size_t utf8SequenceLength(std::string_view text, std::size_t at);
 
+// What a check leaves out.
+struct CheckOptions {
+    // Rules not reported, by id (see ruleIds); an entry may name several,
+    // separated by commas. Every rule but "not-text" and "unreadable" can be
+    // disabled.
+    std::vector<std::string> disabled_rules;
+};
+
+// The id of every rule, sorted.
+TESKPF_API std::vector<std::string> ruleIds();
+
+// The checks below honour the comment lines "# teskpf-disable-next-line
+// RULE, ..." (the rules are not reported on the next line) and
+// "# teskpf-disable-file RULE, ..." (nor anywhere in the file): each silences
+// what is reported in its own file only. They throw Error when `options`
+// names a rule that does not exist or cannot be disabled.
+
 // Checks the file at `path` read alone. Throws IoError when it cannot be read.
-TESKPF_API std::vector<Diagnostic> checkFile(const std::string &path);
+TESKPF_API std::vector<Diagnostic> checkFile(const std::string &path, const CheckOptions &options = {});
 
 // Checks the parameter-file text `text` read alone (standard input, say);
 // the diagnostics name the file `name`.
-TESKPF_API std::vector<Diagnostic> checkText(std::string_view text, const std::string &name);
+TESKPF_API std::vector<Diagnostic> checkText(std::string_view text, const std::string &name,
+                                             const CheckOptions &options = {});
 
 // Checks every file of the parameter-file name `name` along PFPATH ("~"
 // expanded), and the values in effect once they are layered. Throws IoError
 // when the name resolves to no file or a file cannot be read.
-TESKPF_API std::vector<Diagnostic> checkName(const std::string &name);
+TESKPF_API std::vector<Diagnostic> checkName(const std::string &name, const CheckOptions &options = {});
+
+// Checks the layers `layers` (lowest precedence first) as checkName checks
+// the files of a name, each text given or read from its path. Throws IoError
+// when a file to read cannot be read.
+TESKPF_API std::vector<Diagnostic> checkLayers(const std::vector<LayerText> &layers, const CheckOptions &options = {});
 
 }  // namespace teskpf

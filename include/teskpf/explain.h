@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <teskpf/export.h>
+#include <teskpf/layer_text.h>
 
 namespace teskpf {
 
@@ -32,5 +33,10 @@ struct KeyExplanation {
 // along PFPATH. A key defined nowhere gives no definitions. Throws IoError
 // when the name resolves to no file or a file cannot be read.
 TESKPF_API KeyExplanation explain(const std::string &name, const std::string &key_path);
+
+// Explains `key_path` across the layers `layers` (lowest precedence first),
+// each text given or read from its path. Throws IoError when a file to read
+// cannot be read.
+TESKPF_API KeyExplanation explain(const std::vector<LayerText> &layers, const std::string &key_path);
 
 }  // namespace teskpf

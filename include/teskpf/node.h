@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <variant>
 #include <vector>
 
 #include <teskpf/export.h>
@@ -93,6 +94,9 @@ struct Verdict {
 
     explicit operator bool() const { return ok; }
 };
+
+// A field of a value as its annotation types it.
+using TypedField = std::variant<std::string, std::int64_t, double>;
 
 class MemberIterator;
 
@@ -194,6 +198,13 @@ public:
     // does not parse: an annotation that reaches a block is for its members.
     // An empty node fails with the message "no such key".
     Verdict check() const;
+
+    // The fields of the value, each converted by its type in the annotation
+    // in effect (the types of check()): an integer for <int>, a number for
+    // <float>, the text for any other type. Nothing when the value fails that
+    // annotation or has none that parses. Python's typed reads and `teskpf
+    // export --typed` give values this way.
+    std::optional<std::vector<TypedField>> typedFields() const;
 
 private:
     friend class Document;

@@ -1,6 +1,7 @@
 // Which files a parameter-file name stands for, as every reader resolves it.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,5 +57,19 @@ TESKPF_API std::string notAParameterFile(std::string_view name);
 
 // The search path as the lookup uses it: PFPATH, or "." when unset or empty.
 TESKPF_API std::string searchPath();
+
+// The layers a file belongs to, for an editor that opened it.
+struct TESKPF_API LayerStack {
+    std::vector<std::string> files;  // lowest precedence first
+    std::size_t index = 0;           // the place of the file itself in `files`
+};
+
+// The files named as `path` is (its base name, NAME.pf) along `search_path`
+// (":"-separated, as PFPATH; "" is the current directory), found as the
+// lookup of NAME finds them, with `path` itself, as given, in the place of
+// its directory, even when it does not exist yet. Only `path` when its name
+// does not end in ".pf" or its directory is not on the search path.
+// Directories are compared by identity, so any spelling of one matches.
+TESKPF_API LayerStack layerStack(const std::string &path, std::string_view search_path);
 
 }  // namespace teskpf

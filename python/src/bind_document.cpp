@@ -70,7 +70,22 @@ void bindDocument(py::module_ &module) {
         .def("annotation", [](const teskpf::Node &n) { return text(n.annotation()); })
         .def("text", [](const teskpf::Node &n) { return text(n.text()); })
         .def("fields", [](const teskpf::Node &n) { return texts(n.fields()); })
-        .def("check", &teskpf::Node::check);
+        .def("check", &teskpf::Node::check)
+        .def("typed_fields", [](const teskpf::Node &n) -> std::optional<py::list> {
+            std::optional<std::vector<teskpf::TypedField>> typed = n.typedFields();
+            if (!typed) return std::nullopt;
+            py::list fields;
+            for (const teskpf::TypedField &field : *typed)
+                std::visit(
+                    [&](const auto &value) {
+                        if constexpr (std::is_same_v<std::decay_t<decltype(value)>, std::string>)
+                            fields.append(text(value));
+                        else
+                            fields.append(value);
+                    },
+                    field);
+            return fields;
+        });
 
     py::class_<teskpf::Document>(module, "Document", "Parameter files read and merged like the classic class.")
         // Reading and parsing let other Python threads run meanwhile.

@@ -71,10 +71,20 @@ void bindTools(py::module_ &module) {
         "named_files", [](const Path &name) { return teskpf::namedFiles(name.bytes); }, py::arg("name"), released);
     module.def(
         "named_file", [](const Path &name) { return path(teskpf::namedFile(name.bytes)); }, py::arg("name"));
+    // `disable`: the rules left out (CheckOptions::disabled_rules).
     module.def(
-        "check_file", [](const Path &file) { return teskpf::checkFile(file.bytes); }, py::arg("path"), released);
+        "check_file",
+        [](const Path &file, std::vector<std::string> disable) {
+            return teskpf::checkFile(file.bytes, {std::move(disable)});
+        },
+        py::arg("path"), py::arg("disable") = std::vector<std::string>(), released);
     module.def(
-        "check_name", [](const Text &name) { return teskpf::checkName(name.bytes); }, py::arg("name"), released);
+        "check_name",
+        [](const Text &name, std::vector<std::string> disable) {
+            return teskpf::checkName(name.bytes, {std::move(disable)});
+        },
+        py::arg("name"), py::arg("disable") = std::vector<std::string>(), released);
+    module.def("rule_ids", &teskpf::ruleIds);
 
     py::class_<teskpf::Editor>(module, "Editor", "Edits one file, changing only the bytes an edit concerns.")
         .def_static("open_locked", &openLocked, py::arg("path"), py::arg("timeout") = py::none())

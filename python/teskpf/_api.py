@@ -69,15 +69,10 @@ def _wrap(node: _teskpf.Node) -> Value:
 
 def _typed(node: _teskpf.Node) -> Any:
     """A value converted by the annotation in effect; str when it fails it."""
-    verdict = node.check()
-    if not verdict.ok or not verdict.types:
+    fields = node.typed_fields()
+    if fields is None:
         return node.text()
-    fields = node.fields()
-    converted = []
-    for kind, field in zip(verdict.types, fields):
-        number = {"int": _teskpf.to_integer, "float": _teskpf.to_float}.get(kind)
-        converted.append(number(field) if number else field)
-    return converted[0] if len(converted) == 1 else tuple(converted)
+    return fields[0] if len(fields) == 1 else tuple(fields)
 
 
 def _plain(node: _teskpf.Node, typed: bool) -> Any:
@@ -248,9 +243,9 @@ class Config(Block):
         return Entry(file, line, node.level(), node.key_path(), node.text(), _comment_text(node.comment()),
                      verdict.annotation, at, node.annotation(), verdict.ok)
 
-    def check(self) -> _ListOf[Diagnostic]:
-        """The diagnostics of the files read, as ``teskpf check`` reports them."""
-        return _teskpf.check_name(self._target)
+    def check(self, disable: Sequence[str] = ()) -> _ListOf[Diagnostic]:
+        """The diagnostics of the files read, as ``teskpf check`` reports them (see check)."""
+        return check(self._target, disable)
 
 
 def named_files(name_or_path: Union[str, os.PathLike[str]]) -> NamedFiles:
@@ -272,9 +267,15 @@ def load(name_or_path: Union[str, os.PathLike[str]]) -> Config:
     return Config(_teskpf.Document.load(target), target)
 
 
-def check(name_or_path: Union[str, os.PathLike[str]]) -> _ListOf[Diagnostic]:
-    """The diagnostics of the files the argument names, layered (as ``teskpf check``)."""
-    return _teskpf.check_name(os.fspath(name_or_path))
+def check(name_or_path: Union[str, os.PathLike[str]], disable: Sequence[str] = ()) -> _ListOf[Diagnostic]:
+    """The diagnostics of the files the argument names, layered (as ``teskpf check``).
+
+    ``disable`` names rules to leave out (as ``teskpf check --disable``); an
+    unknown one raises Error.
+    """
+    if isinstance(disable, str):
+        raise TypeError("disable: a sequence of rule ids, not one str")
+    return _teskpf.check_name(os.fspath(name_or_path), list(disable))
 
 
 class Editor:

@@ -43,3 +43,25 @@ def test_nan_converts():
 ])
 def test_bool_words(text, expected):
     assert _teskpf.to_bool(text) == expected
+
+
+@pytest.mark.parametrize("disable, rules", [
+    ((), ["duplicate-key", "bad-directive", "value-mismatch"]),
+    (["duplicate-key"], ["bad-directive", "value-mismatch"]),
+    (["duplicate-key, value-mismatch", "bad-directive"], []),
+    (("value-mismatch",), ["duplicate-key", "bad-directive"]),
+])
+def test_check_leaves_out_disabled_rules(write, disable, rules):
+    path = write("silenced.pf", "gain 1\ngain 2\n# teskpf-disable-file nope\nport x #<int>\n"
+                 "# teskpf-disable-next-line value-mismatch\nrate y #<int>\n")
+    assert [d.rule for d in teskpf.check(path, disable=disable)] == rules
+    assert [d.rule for d in teskpf.load(path).check(disable=disable)] == rules
+
+
+def test_check_refuses_unknown_rules(write):
+    path = write("ok.pf", "a 1\n")
+    with pytest.raises(teskpf.Error, match="cannot disable 'nope'"):
+        teskpf.check(path, disable=["nope"])
+    with pytest.raises(TypeError):
+        teskpf.check(path, disable="duplicate-key")
+    assert "value-mismatch" in _teskpf.rule_ids()

@@ -13,6 +13,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -27,15 +28,17 @@ using tool_run::runTool;
 
 // What each reader says about one key of the name "cfg".
 struct Verdicts {
-    bool node = false;         // Node::check
-    bool check = false;        // no value-mismatch error for the key
-    bool classic = false;      // checkInEffect on the classic handle
-    bool get = false;          // get --check exits 0
-    std::optional<bool> set;   // set --check to its own value exits 0 (values only)
-    std::string annotation;    // Node::check's annotation in effect
-    std::string explained;     // explain's
-    std::string where;         // Node::check's "file:line"
-    std::string explained_at;  // explain's
+    bool node = false;            // Node::check
+    bool check = false;           // no value-mismatch error for the key
+    bool check_given = false;     // likewise, checking the layers given as texts (an editor's buffers)
+    bool classic = false;         // checkInEffect on the classic handle
+    bool get = false;             // get --check exits 0
+    std::optional<bool> set;      // set --check to its own value exits 0 (values only)
+    std::string annotation;       // Node::check's annotation in effect
+    std::string explained;        // explain's
+    std::string explained_given;  // explain's over the layers given as texts
+    std::string where;            // Node::check's "file:line"
+    std::string explained_at;     // explain's
     teskpf::AnnotationOrigin origin = teskpf::AnnotationOrigin::None;
 };
 
@@ -71,6 +74,15 @@ std::map<std::string, Verdicts> verdictsOf(const std::string &pfpath, bool with_
     ScopedEnv path("PFPATH", pfpath);
     const teskpf::Document document = teskpf::Document::load("cfg");
     const std::vector<teskpf::Diagnostic> diagnostics = teskpf::checkName("cfg");
+    // The same layers as an editor gives them: the lowest read from disk, the others as texts.
+    std::vector<teskpf::LayerText> given;
+    for (const std::string &file : document.files()) {
+        std::ifstream in(file, std::ios::binary);
+        std::stringstream text;
+        text << in.rdbuf();
+        given.push_back({file, given.empty() ? std::nullopt : std::optional<std::string>(text.str())});
+    }
+    const std::vector<teskpf::Diagnostic> diagnostics_given = teskpf::checkLayers(given);
     const TeskPf classic("cfg", 0);
     std::vector<teskpf::Node> keys;
     collectKeys(document.root(), keys);
@@ -84,10 +96,12 @@ std::map<std::string, Verdicts> verdictsOf(const std::string &pfpath, bool with_
         v.origin = verdict.origin;
         if (!verdict.annotation.empty()) v.where = verdict.from.file + ":" + std::to_string(verdict.from.line);
         v.check = checkPasses(diagnostics, key);
+        v.check_given = checkPasses(diagnostics_given, key);
         v.classic = teskpf::checkInEffect(classic, classic.getEntryIndex(key)).ok;
         const teskpf::KeyExplanation explained = teskpf::explain("cfg", key);
         v.explained = explained.annotation;
         v.explained_at = explained.annotation_origin;
+        v.explained_given = teskpf::explain(given, key).annotation;
         v.get = runTool({"get", "cfg", key, "--check"}, "/", pfpath).status == 0;
         if (with_set && node.isValue()) {
             TempDir scratch;
@@ -106,6 +120,8 @@ std::map<std::string, Verdicts> verdictsOf(const std::string &pfpath, bool with_
 void expectAgreement(const std::string &label, const std::string &key, const Verdicts &v) {
     SCOPED_TRACE(label + " " + key);
     EXPECT_EQ(v.check, v.node);
+    EXPECT_EQ(v.check_given, v.node);
+    EXPECT_EQ(v.explained_given, v.annotation);
     EXPECT_EQ(v.classic, v.node);
     EXPECT_EQ(v.get, v.node);
     if (v.set) {

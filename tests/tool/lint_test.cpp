@@ -157,6 +157,8 @@ TEST_P(LintData, JsonSaysWhatTheTextSays) {
         Json::Object &o = objects[i];
         const std::string head = o["file"] + ":" + o["line"] + ":" + o["column"] + ": " + o["severity"] + ": ";
         EXPECT_EQ(text_lines[i].rfind(head, 0), 0u) << text_lines[i];
+        const std::vector<std::string> ids = teskpf::ruleIds();
+        EXPECT_NE(std::find(ids.begin(), ids.end(), o["rule"]), ids.end()) << o["rule"] << " is not in ruleIds()";
         const std::string tail = " [" + o["rule"] + "]";
         EXPECT_EQ(text_lines[i].substr(text_lines[i].size() - tail.size()), tail);
     }
@@ -305,4 +307,40 @@ TEST(Lint, DeepNestingAcrossLayers) {
                                   "[duplicate-key]\n";
     EXPECT_EQ(run.out, too_deep + duplicate);
     EXPECT_EQ(run.err, "2 errors, 0 warnings in 2 files\n");
+}
+
+// --disable: the rules named are left out of the report and of the exit
+// status; a name that is no rule, or a rule that cannot be left out, is a
+// usage error before any file is read.
+TEST(Lint, DisableOption) {
+    struct Case {
+        std::vector<std::string> args;
+        int status;
+        std::string err;  // the start of standard error
+    };
+    const std::vector<Case> cases = {
+        {{"--disable", "duplicate-key", "duplicate-key.pf"}, 0, "ok: 1 file, no problems"},
+        {{"--disable", "key-syntax", "duplicate-key.pf"}, 1, "2 errors, 0 warnings"},
+        {{"--disable", "key-syntax , duplicate-key", "duplicate-key.pf", "key-syntax.pf"}, 0, "ok: 2 files"},
+        {{"--strict", "directives.pf"}, 1, "1 error, 3 warnings"},
+        {{"--strict", "--disable", "duplicate-key", "directives.pf"}, 1, "0 errors, 3 warnings"},
+        {{"--strict", "--disable", "duplicate-key,bad-directive", "directives.pf"}, 0, "ok: 1 file"},
+        {{"--disable", "nope", "duplicate-key.pf"}, 2, "teskpf: check: cannot disable 'nope': there is no rule"},
+        {{"--disable", "not-text", "not-text.pf"}, 2, "teskpf: check: cannot disable 'not-text'"},
+        {{"--disable", "unreadable", "missing.pf"}, 2, "teskpf: check: cannot disable 'unreadable'"},
+        {{"--disable", "", "duplicate-key.pf"}, 2, "teskpf: check: cannot disable ''"},
+        {{"--disable", "key-syntax", "--disable", "duplicate-key", "duplicate-key.pf"}, 2, "teskpf: check:"},
+    };
+    for (const Case &c : cases) {
+        std::vector<std::string> args = {"check"};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        ToolRun run = runTool(args, kLintDir, "");
+        std::string shown;
+        for (const std::string &arg : c.args) shown += " '" + arg + "'";
+        EXPECT_EQ(run.status, c.status) << shown << "\n" << run.err;
+        EXPECT_EQ(run.err.rfind(c.err, 0), 0u) << shown << "\n" << run.err;
+        if (c.status == 2) {
+            EXPECT_EQ(run.out, "") << shown;
+        }
+    }
 }

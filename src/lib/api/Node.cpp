@@ -153,6 +153,28 @@ Verdict Node::check() const {
     return detail::verdictOf(data_->annotations.of(static_cast<size_t>(entry_)), keyPath(), text(), isValue());
 }
 
+std::optional<std::vector<TypedField>> Node::typedFields() const {
+    const Verdict verdict = check();
+    if (!verdict.ok || verdict.types.empty()) return std::nullopt;
+    std::vector<std::string> texts = fields();
+    std::vector<TypedField> typed;
+    typed.reserve(texts.size());
+    // A passing value has one field per type, and its numbers convert as
+    // they were checked; the text stays should one not.
+    for (size_t i = 0; i < texts.size() && i < verdict.types.size(); ++i) {
+        const std::optional<std::int64_t> integer =
+            verdict.types[i] == ValueType::Int ? toInteger(texts[i]) : std::nullopt;
+        const std::optional<double> number = verdict.types[i] == ValueType::Float ? toFloat(texts[i]) : std::nullopt;
+        if (integer)
+            typed.emplace_back(*integer);
+        else if (number)
+            typed.emplace_back(*number);
+        else
+            typed.emplace_back(std::move(texts[i]));
+    }
+    return typed;
+}
+
 std::ostream &operator<<(std::ostream &out, const Node &node) {
     if (!node.data_) return out;
     if (node.isValue()) return out << node.text();

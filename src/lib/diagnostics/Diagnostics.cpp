@@ -1,8 +1,9 @@
 // Checking files and names: every rule over every file, then the values in
-// effect, in file order.
+// effect, in file order, less what the directives and the options silence.
 #include <algorithm>
 
 #include "diagnostics/DiagnosticRules.h"
+#include "diagnostics/Directives.h"
 #include "store/EntryStore.h"
 #include "syntax/KeyPath.h"
 #include "teskpf/diagnostics.h"
@@ -33,14 +34,25 @@ void checkLayeredKeyPaths(const Layers &layers, std::vector<Diagnostic> &out) {
     }
 }
 
+// The index of the layer a diagnostic is reported in: the first of its path.
+size_t layerOf(const Layers &layers, const Diagnostic &diagnostic) {
+    auto same_file = [&](const Layer &layer) { return layer.path == diagnostic.file; };
+    return static_cast<size_t>(std::find_if(layers.files.begin(), layers.files.end(), same_file) -
+                               layers.files.begin());
+}
+
+
 }  // namespace
 
-std::vector<Diagnostic> checkLayers(const Layers &layers) {
+std::vector<Diagnostic> checkAll(const Layers &layers, const CheckOptions &options) {
+    const RuleSet disabled = disabledRules(options);
     std::vector<Diagnostic> out;
+    std::vector<FileDirectives> directives(layers.files.size());
     bool all_text = true;
     bool deep = false;  // a file's key paths exceed the budget of reading it alone
     std::vector<uint64_t> hashes;
-    for (const Layer &layer : layers.files) {
+    for (size_t i = 0; i < layers.files.size(); ++i) {
+        const Layer &layer = layers.files[i];
         FileReport report(layer.path, out);
         if (!layer.parsed) {
             report.add(Severity::Error, "unreadable", 0, 0, 0, layer.parse_error + "; fix that line");
@@ -51,6 +63,7 @@ std::vector<Diagnostic> checkLayers(const Layers &layers) {
             all_text = false;
             continue;
         }
+        directives[i] = FileDirectives(*layer.parsed, report);
         if (!checkKeyPaths(*layer.parsed, hashes, report)) {
             checkLayout(*layer.parsed, nullptr, report);
             deep = true;
@@ -64,22 +77,36 @@ std::vector<Diagnostic> checkLayers(const Layers &layers) {
     // Values are checked only when every file reads as text.
     if (all_text) checkValues(layers, out);
 
-    auto order = [&](const Diagnostic &diagnostic) {
-        auto same_file = [&](const Layer &layer) { return layer.path == diagnostic.file; };
-        long file = std::find_if(layers.files.begin(), layers.files.end(), same_file) - layers.files.begin();
-        return std::make_tuple(file, diagnostic.line, diagnostic.column);
+    std::vector<std::pair<size_t, Diagnostic>> kept;
+    for (Diagnostic &diagnostic : out) {
+        const size_t layer = layerOf(layers, diagnostic);
+        if (holdsRule(disabled, diagnostic) || (layer < directives.size() && directives[layer].silences(diagnostic)))
+            continue;
+        kept.emplace_back(layer, std::move(diagnostic));
+    }
+    auto order = [](const std::pair<size_t, Diagnostic> &item) {
+        return std::make_tuple(item.first, item.second.line, item.second.column);
     };
-    std::stable_sort(out.begin(), out.end(),
-                     [&](const Diagnostic &a, const Diagnostic &b) { return order(a) < order(b); });
+    std::stable_sort(kept.begin(), kept.end(), [&](const auto &a, const auto &b) { return order(a) < order(b); });
+    out.clear();
+    for (auto &item : kept) out.push_back(std::move(item.second));
     return out;
 }
 
-std::vector<Diagnostic> checkFile(const std::string &path) { return checkLayers(Layers::ofFile(path)); }
-
-std::vector<Diagnostic> checkText(std::string_view text, const std::string &name) {
-    return checkLayers(Layers::ofText(text, name));
+std::vector<Diagnostic> checkFile(const std::string &path, const CheckOptions &options) {
+    return checkAll(Layers::ofFile(path), options);
 }
 
-std::vector<Diagnostic> checkName(const std::string &name) { return checkLayers(Layers::ofName(name)); }
+std::vector<Diagnostic> checkText(std::string_view text, const std::string &name, const CheckOptions &options) {
+    return checkAll(Layers::ofText(text, name), options);
+}
+
+std::vector<Diagnostic> checkName(const std::string &name, const CheckOptions &options) {
+    return checkAll(Layers::ofName(name), options);
+}
+
+std::vector<Diagnostic> checkLayers(const std::vector<LayerText> &layers, const CheckOptions &options) {
+    return checkAll(Layers::ofTexts(layers), options);
+}
 
 }  // namespace teskpf

@@ -68,10 +68,7 @@ std::string reasonFor(const Layers &layers, const KeyExplanation &out, const Key
     return reason;
 }
 
-}  // namespace
-
-KeyExplanation explain(const std::string &name, const std::string &key_path) {
-    const Layers layers = Layers::ofName(name);
+KeyExplanation explainLayers(const Layers &layers, const std::string &key_path) {
     KeyExplanation out;
     out.key = key_path;
     collectDefinitions(layers, key_path, out);
@@ -94,6 +91,16 @@ KeyExplanation explain(const std::string &name, const std::string &key_path) {
     if (chosen) chosen->in_effect = true;
     out.reason = reasonFor(layers, out, chosen);
     return out;
+}
+
+}  // namespace
+
+KeyExplanation explain(const std::string &name, const std::string &key_path) {
+    return explainLayers(Layers::ofName(name), key_path);
+}
+
+KeyExplanation explain(const std::vector<LayerText> &layers, const std::string &key_path) {
+    return explainLayers(Layers::ofTexts(layers), key_path);
 }
 
 }  // namespace teskpf

@@ -3,35 +3,28 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
-#include <memory>
 
 #include <teskpf/error.h>
 #include <teskpf/search.h>
 
 #include "files/FileKind.h"
-#include "pf_files.h"
-#include "pf_tbl.h"
 
 namespace teskpf {
 
-namespace {
-
-bool isReadableFile(const std::string &path) {
-    struct stat info;
-    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), R_OK) == 0;
-}
-
-}  // namespace
-
-std::vector<std::string> findParameterFiles(const std::string &name, bool *itself) {
-    std::unique_ptr<Tbl, void (*)(Tbl *)> list(pffiles(name.c_str(), 0), [](Tbl *found) { freetbl(found, nullptr); });
-    std::vector<std::string> files;
-    for (long i = 0; i < cnttbl(list.get()); ++i) files.emplace_back(static_cast<const char *>(gettbl(list.get(), i)));
-    if (files.empty() && isReadableFile(name)) {
-        files.push_back(name);
+std::vector<pf_open_file> openParameterFiles(const std::string &name, bool *itself) {
+    std::vector<pf_open_file> files = pf_open_files(name.c_str());
+    pf_open_file file;
+    if (files.empty() && pf_open_readable(name, file)) {
+        files.push_back(std::move(file));
         if (itself) *itself = true;
     }
     return files;
+}
+
+std::vector<std::string> findParameterFiles(const std::string &name, bool *itself) {
+    std::vector<std::string> paths;
+    for (pf_open_file &file : openParameterFiles(name, itself)) paths.push_back(std::move(file.path));
+    return paths;
 }
 
 std::string notAParameterFile(const std::string &name, const std::string &shown, int &code) {

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "internal/pf_search_path.h"
+
 namespace teskpf {
 
 // The files called `name` along the search path (PFPATH), in search-path
@@ -13,6 +15,10 @@ namespace teskpf {
 // given) becomes true. Empty when there is none. `name` is used as given:
 // expand "~" first (see expandHome). namedFiles (search.h) states the rule.
 std::vector<std::string> findParameterFiles(const std::string &name, bool *itself = nullptr);
+
+// The same files, opened for reading: each path is looked up once, by
+// opening it, and the reader reads from the descriptor.
+std::vector<pf_open_file> openParameterFiles(const std::string &name, bool *itself = nullptr);
 
 // Why `name` (already expanded) stands for no parameter file although
 // something of that name exists: "'SHOWN' is a directory, not a parameter

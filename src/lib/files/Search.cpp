@@ -1,5 +1,7 @@
 #include <teskpf/search.h>
 
+#include <sys/stat.h>
+
 #include <system_error>
 
 #include <teskpf/error.h>
@@ -59,5 +61,53 @@ std::string notAParameterFile(std::string_view name) {
 }
 
 std::string searchPath() { return pf_search_path(); }
+
+}  // namespace teskpf
+
+namespace teskpf {
+
+namespace {
+
+bool sameFile(const struct stat &a, const struct stat &b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+}  // namespace
+
+LayerStack layerStack(const std::string &path, std::string_view search_path) {
+    LayerStack alone{{path}, 0};
+    const size_t slash = path.rfind('/');
+    const std::string file = slash == std::string::npos ? path : path.substr(slash + 1);
+    const std::string directory = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    struct stat own_directory;
+    if (file.size() <= 3 || file.compare(file.size() - 3, 3, ".pf") != 0 ||
+        stat(directory.c_str(), &own_directory) != 0)
+        return alone;
+    const std::vector<std::string> directories = pf_split_search_path(search_path);
+    // The last place of its directory, where the lookup keeps a file it finds twice.
+    size_t place = directories.size();
+    for (size_t i = 0; i < directories.size(); ++i) {
+        struct stat info;
+        if (stat(directories[i].c_str(), &info) == 0 && sameFile(info, own_directory)) place = i;
+    }
+    if (place == directories.size()) return alone;
+
+    struct stat own;
+    const bool exists = stat(path.c_str(), &own) == 0;
+    LayerStack stack;
+    bool placed = false;
+    for (pf_open_file &found : pf_open_files_along(search_path, file.c_str())) {
+        const bool itself = exists && sameFile(found.info, own);
+        if (!placed && (itself || found.directory > place)) {
+            stack.index = stack.files.size();
+            stack.files.push_back(path);
+            placed = true;
+        }
+        if (!itself) stack.files.push_back(std::move(found.path));
+    }
+    if (!placed) {
+        stack.index = stack.files.size();
+        stack.files.push_back(path);
+    }
+    return stack;
+}
 
 }  // namespace teskpf

@@ -11,7 +11,7 @@ namespace teskpf {
 
 std::string flattenedText(std::string_view name) {
     // Read and merged as the classic handle reads a name.
-    const detail::Store store(findParameterFiles(homeExpanded(name)));
+    const detail::Store store(openParameterFiles(homeExpanded(name)));
     detail::AnnotationInEffect in_effect(store);
     return generateText(store, detail::EditedTexts(), detail::EditedTexts(), &in_effect);
 }

@@ -29,6 +29,18 @@ uint32_t offsetIn(std::string_view text, std::string_view part) {
     return static_cast<uint32_t>(part.data() - text.data());
 }
 
+// The number of line feeds in `text`, each found by memchr, which scans many
+// bytes at a step: lines of usual length cost far less than a loop over bytes.
+size_t countLineFeeds(std::string_view text) {
+    size_t count = 0;
+    const char *end = text.data() + text.size();
+    for (const char *at = text.data(); at != end; ++count, ++at) {
+        at = static_cast<const char *>(std::memchr(at, '\n', static_cast<size_t>(end - at)));
+        if (at == nullptr) break;
+    }
+    return count;
+}
+
 Span spanIn(std::string_view text, std::string_view part) {
     return part.empty() ? Span{} : Span{offsetIn(text, part), static_cast<uint32_t>(part.size())};
 }
@@ -86,8 +98,7 @@ void ParsedFile::parse() {
     // At most one entry per line: reserved at once, so that the entries are
     // never copied to grow. The slots of closing lines stay unused; large
     // reservations are pages never touched.
-    const size_t lines = static_cast<size_t>(std::count(text.begin(), text.end(), '\n')) +
-                         (!text.empty() && text.back() != '\n' ? 1 : 0);
+    const size_t lines = countLineFeeds(text) + (!text.empty() && text.back() != '\n' ? 1 : 0);
     entries_.reserve(lines);
     size_t pos = 0;
     uint32_t line = 0;
@@ -120,7 +131,7 @@ void ParsedFile::parse() {
                 stray_close_line_ = this_line;
                 if (pos < text.size()) {
                     std::string_view rest = text.substr(pos);
-                    line += static_cast<uint32_t>(std::count(rest.begin(), rest.end(), '\n'));
+                    line += static_cast<uint32_t>(countLineFeeds(rest));
                     if (rest.back() != '\n') ++line;
                 }
                 break;
@@ -334,32 +345,39 @@ bool readFileText(const std::string &path, FileText &text, int &error, FileIdent
         error = errno;
     else if (!S_ISREG(info.st_mode))
         error = S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
-    if (error != 0) {
-        ::close(fd);
-        return false;
+    if (error == 0) {
+        if (identity) *identity = identityOf(info);
+        readOpenFile(fd, info.st_size, text, error);
     }
-    if (identity) *identity = identityOf(info);
-    // One byte more than the file holds, so that reading to its end needs no
-    // second, larger buffer.
-    FileText read = FileText::withCapacity(static_cast<size_t>(info.st_size) + 1);
+    ::close(fd);
+    return error == 0;
+}
+
+bool readOpenFile(int fd, off_t size, FileText &text, int &error) {
+    text = FileText();
+    error = 0;
+    // One byte more than the file holds: a read that fills less than it asks
+    // for has met the end of a regular file, and one that fills it all finds
+    // the file grown and goes on.
+    FileText read = FileText::withCapacity(static_cast<size_t>(size > 0 ? size : 0) + 1);
     size_t filled = 0;
     for (;;) {
         if (filled == read.capacity()) {
-            // The file has grown since fstat.
+            // The file has grown since its size was read.
             FileText larger = FileText::withCapacity(std::max<size_t>(4096, read.capacity() * 2));
             std::memcpy(larger.data(), read.data(), filled);
             read = std::move(larger);
         }
-        ssize_t got = ::read(fd, read.data() + filled, read.capacity() - filled);
+        const size_t wanted = read.capacity() - filled;
+        ssize_t got = ::read(fd, read.data() + filled, wanted);
         if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) {
-            error = got < 0 ? errno : 0;
-            break;
+        if (got < 0) {
+            error = errno;
+            return false;
         }
         filled += static_cast<size_t>(got);
+        if (static_cast<size_t>(got) < wanted) break;
     }
-    ::close(fd);
-    if (error != 0) return false;
     read.resize(filled);
     text = std::move(read);
     return true;

@@ -4,6 +4,8 @@
 // serve every reader: the classic handle, the editor and the diagnostics.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -178,5 +180,10 @@ private:
 // then holds the errno value. `identity`, when given, receives what the file
 // was when reading began.
 bool readFileText(const std::string &path, FileText &text, int &error, FileIdentity *identity = nullptr);
+
+// Reads the regular file open at `fd`, which held `size` bytes, to its end
+// (to the first read that fills less than it asks for). Returns false, with
+// `text` empty and `error` the errno value, when a read fails.
+bool readOpenFile(int fd, off_t size, FileText &text, int &error);
 
 }  // namespace teskpf

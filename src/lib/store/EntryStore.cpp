@@ -104,7 +104,20 @@ ParsedFile readForMerge(const std::string &path) {
     return ParsedFile(path, std::move(text));
 }
 
+ParsedFile readForMerge(pf_open_file &file) {
+    if (file.fd < 0) return readForMerge(file.path);
+    FileText text;
+    int error = 0;
+    readOpenFile(file.fd, file.info.st_size, text, error);
+    file.close();
+    return ParsedFile(std::move(file.path), std::move(text));
+}
+
 Store::Store(const std::vector<std::string> &search_list) {
+    load(search_list.size(), [&](size_t i) { return readForMerge(search_list[i]); });
+}
+
+Store::Store(std::vector<pf_open_file> search_list) {
     load(search_list.size(), [&](size_t i) { return readForMerge(search_list[i]); });
 }
 
@@ -130,7 +143,6 @@ void Store::addFile(ParsedFile file, bool keep_notes, size_t &key_bytes, size_t 
     const std::vector<uint64_t> hashes = pathHashes(file, key_bytes, keyPathBudget(file_bytes));
     const uint32_t id = static_cast<uint32_t>(files.size());
     files.push_back(std::move(file));
-    registerConstraints(files.back());
     if (!keep_notes) {
         mergeFile(id, hashes);
         return;
@@ -161,7 +173,7 @@ std::vector<uint64_t> Store::pathHashes(const ParsedFile &file, size_t &key_byte
     return hashes;
 }
 
-void Store::registerConstraints(const ParsedFile &file) {
+void Store::registerConstraints(const ParsedFile &file) const {
     // A file uses few annotation texts, over and over: the last few seen are
     // compared before the table is searched.
     constexpr size_t kRecent = 4;
@@ -426,6 +438,9 @@ int Store::enclosingEntry(size_t index) const {
 }
 
 const AnnotationCheck *Store::annotationCheck(std::string_view text) const {
+    std::call_once(constraints_registered, [this] {
+        for (const ParsedFile &file : files) registerConstraints(file);
+    });
     auto found = constraint_tables.find(text);
     return found == constraint_tables.end() ? nullptr : &found->second;
 }

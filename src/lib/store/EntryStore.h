@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,7 @@
 
 #include "checks/AnnotationRule.h"
 #include "checks/ValueCheck.h"
+#include "internal/pf_search_path.h"
 #include "parsing/ParsedFile.h"
 #include "store/KeyPathIndex.h"
 
@@ -40,6 +42,9 @@ bool sameKeyPath(const ParsedFile &file_a, size_t a, const ParsedFile &file_b, s
 // The file at `path` parsed as a layer of the merge: empty when it cannot be
 // read. Throws a std::string for a key-less line.
 ParsedFile readForMerge(const std::string &path);
+// The same for a file found by openParameterFiles: read from its descriptor,
+// closed once read, or by its path when it has none.
+ParsedFile readForMerge(pf_open_file &file);
 
 // Where a Store of a search list finds a key path.
 struct KeySupplier {
@@ -61,6 +66,9 @@ public:
     // (see TeskPf's constructor). Throws Error for a key-less line and for key
     // paths beyond keyPathBudget of the bytes read.
     explicit Store(const std::vector<std::string> &search_list);
+    // The same for the files of a search list already open (see
+    // openParameterFiles), each closed once read.
+    explicit Store(std::vector<pf_open_file> search_list);
     // Merges files already read and parsed (lowest precedence first) the same
     // way. Throws Error for key paths beyond keyPathBudget.
     explicit Store(std::vector<ParsedFile> parsed);
@@ -98,7 +106,11 @@ public:
             [&](int i) { return enclosingEntry(static_cast<size_t>(i)); });
     }
     // An annotation text parsed and prepared for checking values; null when
-    // the text was not registered (not read on any member line, or malformed).
+    // the text was not registered (not read on any member line of the files
+    // read, or malformed). The first call registers and parses the texts of
+    // all the files, each distinct text once, so that loading a file whose
+    // values are never checked parses none; safe from threads that share the
+    // store.
     const AnnotationCheck *annotationCheck(std::string_view text) const;
 
     // Calls visit(index, key_path) for every entry in order; the path is
@@ -113,7 +125,7 @@ private:
     void load(size_t count, FileAt fileAt);
     const FileEntry &fileEntry(StoredEntry at) const { return files[at.file].entries()[at.entry]; }
     void addFile(ParsedFile file, bool keep_notes, size_t &key_bytes, size_t &file_bytes);
-    void registerConstraints(const ParsedFile &file);
+    void registerConstraints(const ParsedFile &file) const;
     std::vector<uint64_t> pathHashes(const ParsedFile &file, size_t &key_bytes, size_t budget) const;
     void append(StoredEntry at, uint64_t hash);
     void mergeFile(uint32_t file_id, const std::vector<uint64_t> &hashes);
@@ -130,7 +142,9 @@ private:
     KeyPathIndex key_index;
     int32_t last_note = -1;          // what the empty key finds
     bool top_level_by_text = false;  // a top-level name holds "[", "]" or '"', or repeats
-    std::unordered_map<std::string_view, AnnotationCheck> constraint_tables;  // views into `files`
+    // Filled on the first annotationCheck; views into `files`.
+    mutable std::unordered_map<std::string_view, AnnotationCheck> constraint_tables;
+    mutable std::once_flag constraints_registered;
 };
 
 template <typename Visit>

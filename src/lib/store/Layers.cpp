@@ -80,6 +80,15 @@ Layers Layers::ofName(const std::string &name) {
     return layers;
 }
 
+Layers Layers::ofTexts(const std::vector<LayerText> &texts) {
+    Layers layers;
+    for (const LayerText &layer : texts)
+        layers.files.push_back(layer.text ? parseLayer(layer.path, layer.path, FileText(*layer.text))
+                                          : readLayer(layer.path, layer.path));
+    layers.merged = merge(layers.files);
+    return layers;
+}
+
 int Layers::layerOf(const std::string &source) const {
     for (size_t i = 0; i < files.size(); ++i)
         if (files[i].source == source) return static_cast<int>(i);

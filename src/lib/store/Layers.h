@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include <teskpf/layer_text.h>
 #include <teskpf/node.h>
 
 #include "parsing/ParsedFile.h"
@@ -35,6 +36,9 @@ struct Layers {
     // Every file of `name` along PFPATH. Throws IoError when there is none or
     // one cannot be read.
     static Layers ofName(const std::string &name);
+    // The files of `texts`, lowest precedence first: each text as given, or
+    // read from its path. Throws IoError when one cannot be read.
+    static Layers ofTexts(const std::vector<LayerText> &texts);
 
     // The index of the file the merged store calls `source`; -1 when none.
     int layerOf(const std::string &source) const;

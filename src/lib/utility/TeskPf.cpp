@@ -39,7 +39,7 @@ TeskPf::TeskPf(string name, int type) {
     if (type != 0) throw std::string("Unknown type");
     try {
         teskpf::expandHome(name);
-        store = std::make_shared<const teskpf::detail::Store>(teskpf::findParameterFiles(name));
+        store = std::make_shared<const teskpf::detail::Store>(teskpf::openParameterFiles(name));
     } catch (const teskpf::Error &error) {
         throw std::string(error.what());
     }

@@ -222,7 +222,7 @@ struct Watcher::State {
             return event;
         }
         for (const Layer &layer : layers->files) event.files.push_back(layer.path);
-        event.diagnostics = checkLayers(*layers);
+        event.diagnostics = checkAll(*layers);
         std::shared_ptr<const Document> loaded;
         if (!hasErrors(event.diagnostics)) {
             try {
