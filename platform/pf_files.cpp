@@ -43,6 +43,30 @@ void for_each_search_directory(std::string_view path, Visit visit) {
     if (!any) visit(std::string_view("."));
 }
 
+// Every path where a file of `name` may be found along `search_path`, in
+// order, passed to `visit` with the index of its directory: DIR/NAME, ".pf"
+// appended unless NAME ends in it, for each directory; for a name with "/",
+// that path alone (index 0). The path is a buffer reused between calls.
+template <typename Visit>
+void for_each_candidate(std::string_view search_path, const char *name, Visit visit) {
+    const std::string_view given(name);
+    const bool has_suffix = given.size() >= 3 && given.compare(given.size() - 3, 3, ".pf") == 0;
+    const std::string_view suffix = has_suffix ? "" : ".pf";
+    std::string candidate;
+    if (strchr(name, '/')) {
+        candidate.append(given).append(suffix);
+        visit(candidate, size_t{0});
+        return;
+    }
+    size_t index = 0;
+    for_each_search_directory(search_path, [&](std::string_view directory) {
+        // `directory` and the file name joined by exactly one "/".
+        while (!directory.empty() && directory.back() == '/') directory.remove_suffix(1);
+        candidate.assign(directory).append(1, '/').append(given).append(suffix);
+        visit(candidate, index++);
+    });
+}
+
 // How many files of one search a search holds open; most search lists are
 // shorter.
 constexpr size_t kFilesHeldOpen = 8;
@@ -145,28 +169,23 @@ std::vector<pf_open_file> pf_open_files(const char *name) { return pf_open_files
 std::vector<pf_open_file> pf_open_files_along(std::string_view search_path, const char *name) {
     std::vector<pf_open_file> found;
     if (!name || !*name) return found;
-    const std::string_view given(name);
-    const bool has_suffix = given.size() >= 3 && given.compare(given.size() - 3, 3, ".pf") == 0;
-    const std::string_view suffix = has_suffix ? "" : ".pf";
     pf_open_file file;
-    std::string candidate;  // reused: only a file found takes a copy
-    if (strchr(name, '/')) {
-        candidate.append(given).append(suffix);
-        if (pf_open_readable(candidate, file)) found.push_back(std::move(file));
-        return found;
-    }
-    size_t index = 0;
-    for_each_search_directory(search_path, [&](std::string_view directory) {
-        // `directory` and the file name joined by exactly one "/".
-        while (!directory.empty() && directory.back() == '/') directory.remove_suffix(1);
-        candidate.assign(directory).append(1, '/').append(given).append(suffix);
-        file.directory = index++;
+    for_each_candidate(search_path, name, [&](const std::string &candidate, size_t index) {
+        file.directory = index;
         if (!pf_open_readable(candidate, file)) return;
         // A long search list keeps few descriptors: the rest are read by path.
         if (found.size() >= kFilesHeldOpen) file.close();
         found.push_back(std::move(file));
     });
-    return last_of_each_file(found);
+    return strchr(name, '/') ? std::move(found) : last_of_each_file(found);
+}
+
+std::vector<std::string> pf_candidate_files(const char *name) {
+    std::vector<std::string> candidates;
+    if (!name || !*name) return candidates;
+    for_each_candidate(search_path_text(), name,
+                       [&](const std::string &candidate, size_t) { candidates.push_back(candidate); });
+    return candidates;
 }
 
 std::string pf_search_path() { return std::string(search_path_text()); }

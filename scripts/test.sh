@@ -35,13 +35,15 @@ cmake --build build-asan -j "$jobs"
 # The editor highlighting tests hold no C++: they ran above.
 ctest --test-dir build-asan --output-on-failure -j "$jobs" -E '^editors_'
 
-# The tests that use separate handles from several threads at once, under
-# ThreadSanitizer: any data race between them fails the run.
+# The tests that use separate handles from several threads at once, and the
+# watcher's thread beside a reader, under ThreadSanitizer: any data race
+# between them fails the run.
 echo "== thread sanitizer"
 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Debug -DTESKPF_BUILD_TESTS=ON -DTESKPF_SANITIZE_THREAD=ON \
   -DTESKPF_WARNINGS_AS_ERRORS=ON -DTESKPF_BUILD_TOOL=OFF
-cmake --build build-tsan -j "$jobs" --target threads_test
+cmake --build build-tsan -j "$jobs" --target threads_test watch_test
 TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/threads_test
+TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/watch_test
 
 echo "== installed package"
 scripts/check-install.sh

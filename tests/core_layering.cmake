@@ -42,7 +42,7 @@ endforeach()
 
 # The stages of src/lib/ point down: each includes only the stages before it
 # in this order.
-set(stages syntax files parsing checks store generating diagnostics saving editing api utility)
+set(stages syntax files parsing checks store generating diagnostics saving editing api watching utility)
 set(below "")
 foreach(stage IN LISTS stages)
   file(GLOB stage_files RELATIVE ${ROOT} ${ROOT}/src/lib/${stage}/*)

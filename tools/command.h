@@ -31,6 +31,7 @@ Command exportCommand();
 Command importCommand();
 Command filesCommand();
 Command lspCommand();
+Command watchCommand();
 Command helpCommand();
 
 // Every subcommand, in the order the top-level help lists them.

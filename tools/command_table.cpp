@@ -5,7 +5,7 @@ namespace teskpf_tool {
 const std::vector<Command> &allCommands() {
     static const std::vector<Command> commands = {
         showCommand(), getCommand(),    checkCommand(),  explainCommand(), setCommand(), unsetCommand(), fmtCommand(),
-        keysCommand(), exportCommand(), importCommand(), filesCommand(),   lspCommand(), helpCommand()};
+        keysCommand(), exportCommand(), importCommand(), filesCommand(),   lspCommand(), watchCommand(), helpCommand()};
     return commands;
 }
 

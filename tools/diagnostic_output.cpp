@@ -32,6 +32,14 @@ std::string plural(size_t count, const char *noun) {
 
 }  // namespace
 
+Json diagnosticJson(const teskpf::Diagnostic &d) {
+    Json object = {{"file", d.file},     {"line", d.line},
+                   {"column", d.column}, {"severity", teskpf::severityName(d.severity)},
+                   {"rule", d.rule},     {"message", d.message}};
+    if (!d.key.empty()) object["key"] = d.key;
+    return object;
+}
+
 void printDiagnostics(const std::vector<teskpf::Diagnostic> &diagnostics, OutputFormat format, std::ostream &out) {
     Json json = Json::array();
     for (const teskpf::Diagnostic &d : diagnostics) {
@@ -41,13 +49,7 @@ void printDiagnostics(const std::vector<teskpf::Diagnostic> &diagnostics, Output
             out << d.file << ':' << d.line << ':' << d.column << ": " << severity << ": " << d.message << " [" << d.rule
                 << "]\n";
             break;
-        case OutputFormat::Json: {
-            Json object = {{"file", d.file},       {"line", d.line}, {"column", d.column},
-                           {"severity", severity}, {"rule", d.rule}, {"message", d.message}};
-            if (!d.key.empty()) object["key"] = d.key;
-            json.push_back(std::move(object));
-            break;
-        }
+        case OutputFormat::Json: json.push_back(diagnosticJson(d)); break;
         case OutputFormat::Github:
             out << "::" << severity << " file=" << githubEscaped(d.file, true) << ",line=" << d.line
                 << ",col=" << d.column << ",title=" << githubEscaped(d.rule, true)

@@ -1,6 +1,7 @@
 #include "json_output.h"
 
 #include <cmath>
+#include <ostream>
 #include <set>
 #include <string_view>
 #include <unordered_map>
@@ -91,6 +92,10 @@ Json nodeJson(const teskpf::Node &node, const JsonOptions &options) {
 
 void printJson(const Json &json, std::ostream &out) {
     out << json.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+void printJsonLine(const Json &json, std::ostream &out) {
+    out << json.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n' << std::flush;
 }
 
 }  // namespace teskpf_tool

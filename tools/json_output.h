@@ -29,4 +29,8 @@ Json nodeJson(const teskpf::Node &node, const JsonOptions &options);
 // `json` indented by two, invalid UTF-8 replaced by U+FFFD, and a line end.
 void printJson(const Json &json, std::ostream &out);
 
+// `json` on one line, invalid UTF-8 replaced by U+FFFD, a line end, flushed:
+// one record of a stream that a reader takes in line by line.
+void printJsonLine(const Json &json, std::ostream &out);
+
 }  // namespace teskpf_tool

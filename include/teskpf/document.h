@@ -14,6 +14,10 @@
 
 namespace teskpf {
 
+namespace detail {
+struct DocumentAccess;
+}
+
 // Called before a value is changed: the key path, the old value and the new
 // one, which the hook may rewrite; what is left in `to` is stored.
 using ChangeHook = std::function<void(std::string_view key, std::string_view from, std::string &to)>;
@@ -70,6 +74,7 @@ public:
     void save(const std::string &path) const;
 
 private:
+    friend detail::DocumentAccess;
     TESKPF_LOCAL explicit Document(std::unique_ptr<detail::DocumentData> data);
     std::unique_ptr<detail::DocumentData> data_;
 };

@@ -1,6 +1,6 @@
 // The teskpf library in one include: documents and their nodes, conversions,
 // diagnostics, the format-preserving editor, errors, the search for files, where
-// a key's value comes from and the safe save.
+// a key's value comes from, the safe save and live reloading.
 #pragma once
 
 #include <teskpf/convert.h>
@@ -15,4 +15,5 @@
 #include <teskpf/outline.h>
 #include <teskpf/save.h>
 #include <teskpf/search.h>
+#include <teskpf/watch.h>
 #include <teskpf/words.h>

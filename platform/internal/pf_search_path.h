@@ -56,6 +56,11 @@ std::vector<pf_open_file> pf_open_files(const char *name);
 // The same for the search path `search_path` instead of PFPATH's.
 std::vector<pf_open_file> pf_open_files_along(std::string_view search_path, const char *name);
 
+// Every path where a file of `name` may be found along PFPATH, in order:
+// the paths pf_open_files tries, whether each exists or not. Empty for a
+// null or empty name.
+std::vector<std::string> pf_candidate_files(const char *name);
+
 // `search_path` split into directories as PFPATH is.
 std::vector<std::string> pf_split_search_path(std::string_view search_path);
 

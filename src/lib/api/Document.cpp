@@ -7,6 +7,7 @@
 #include <teskpf/save.h>
 #include <teskpf/search.h>
 
+#include "api/DocumentAccess.h"
 #include "api/DocumentData.h"
 #include "editing/EditRules.h"
 #include "files/FileSearch.h"
@@ -50,6 +51,21 @@ Document Document::parse(std::string_view text, std::string_view name) {
     Document document(build({std::string(name)}, {FileText(text)}));
     document.data_->files.clear();
     return document;
+}
+
+Document detail::DocumentAccess::ofLayers(const Layers &layers) {
+    std::vector<std::string> names;
+    std::vector<ParsedFile> parsed;
+    names.reserve(layers.files.size());
+    parsed.reserve(layers.files.size());
+    for (const Layer &layer : layers.files) {
+        if (!layer.parsed) throw Error(layer.parse_error, layer.path);
+        names.push_back(layer.path);
+        parsed.push_back(*layer.parsed);
+    }
+    auto data = std::make_unique<DocumentData>(std::move(parsed));
+    data->files = std::move(names);
+    return Document(std::move(data));
 }
 
 const std::vector<std::string> &Document::files() const { return data_->files; }

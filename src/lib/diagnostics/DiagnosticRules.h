@@ -11,6 +11,10 @@
 
 namespace teskpf {
 
+// Every rule over every file of `layers`, then the values in effect, in file
+// order: what checkFile, checkText, checkName and checkLayers answer.
+std::vector<Diagnostic> checkAll(const Layers &layers, const CheckOptions &options = {});
+
 // Collects the diagnostics of one file; locations are given 0-based.
 class FileReport {
 public:

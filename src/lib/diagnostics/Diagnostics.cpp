@@ -41,6 +41,9 @@ size_t layerOf(const Layers &layers, const Diagnostic &diagnostic) {
                                layers.files.begin());
 }
 
+
+}  // namespace
+
 std::vector<Diagnostic> checkAll(const Layers &layers, const CheckOptions &options) {
     const RuleSet disabled = disabledRules(options);
     std::vector<Diagnostic> out;
@@ -89,8 +92,6 @@ std::vector<Diagnostic> checkAll(const Layers &layers, const CheckOptions &optio
     for (auto &item : kept) out.push_back(std::move(item.second));
     return out;
 }
-
-}  // namespace
 
 std::vector<Diagnostic> checkFile(const std::string &path, const CheckOptions &options) {
     return checkAll(Layers::ofFile(path), options);
