@@ -122,6 +122,14 @@ TEST_F(Features, Hover) {
         for (const char *says : c.says) EXPECT_NE(markdown.find(paths(says)), std::string::npos) << markdown;
     }
     EXPECT_TRUE(teskpf_lsp::hover(workspace, at(dir.path() + "/unknown.pf", 0, 0)).is_null());
+
+    // A client that takes plain text only gets the same text without Markdown.
+    workspace.markdown_hover_ = false;
+    const json plain = teskpf_lsp::hover(workspace, at(site, 0, 2));
+    EXPECT_EQ(plain["contents"]["kind"], "plaintext");
+    EXPECT_NE(plain["contents"]["value"].get<std::string>().find(paths("[\"gain\"] = 4\n\nIn effect: SITE:1")),
+              std::string::npos)
+        << plain.dump();
 }
 
 TEST_F(Features, DefinitionReferencesRename) {

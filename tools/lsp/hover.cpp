@@ -11,8 +11,13 @@ namespace teskpf_lsp {
 
 namespace {
 
-std::string place(const teskpf::KeyDefinition &definition) {
-    return codeSpan(definition.file + ":" + std::to_string(definition.line));
+// Text quoted as code in Markdown, as it stands in plain text.
+using Quote = std::string (*)(std::string_view text);
+
+std::string plain(std::string_view text) { return std::string(text); }
+
+std::string place(const teskpf::KeyDefinition &definition, Quote quote) {
+    return quote(definition.file + ":" + std::to_string(definition.line));
 }
 
 }  // namespace
@@ -36,27 +41,29 @@ nlohmann::json hover(const Workspace &workspace, const nlohmann::json &params) {
         if (definition.file == file && definition.line == line) here = &definition;
     }
 
-    std::string markdown = codeSpan(entry.key_path);
+    const bool markdown = workspace.markdownHover();
+    const Quote quote = markdown ? codeSpan : plain;
+    std::string says = quote(entry.key_path);
     if (in_effect) {
-        markdown += " = " + codeSpan(in_effect->value) + "\n\nIn effect: " + place(*in_effect);
-        if (here && here != in_effect) markdown += "; this line (" + codeSpan(here->value) + ") is overridden";
+        says += " = " + quote(in_effect->value) + "\n\nIn effect: " + place(*in_effect, quote);
+        if (here && here != in_effect) says += "; this line (" + quote(here->value) + ") is overridden";
     }
-    markdown += "\n\n";
+    says += "\n\n";
     if (!explanation.annotation.empty()) {
-        markdown += "Annotation: " + codeSpan(explanation.annotation);
-        if (!explanation.annotation_origin.empty()) markdown += " from " + codeSpan(explanation.annotation_origin);
-        markdown += "\n\n";
+        says += "Annotation: " + quote(explanation.annotation);
+        if (!explanation.annotation_origin.empty()) says += " from " + quote(explanation.annotation_origin);
+        says += "\n\n";
     }
     std::string overridden;
     for (const teskpf::KeyDefinition &definition : explanation.definitions) {
         if (&definition == in_effect) break;
-        overridden += "- " + codeSpan(definition.value) + " at " + place(definition) + "\n";
+        overridden += "- " + quote(definition.value) + " at " + place(definition, quote) + "\n";
     }
-    if (!overridden.empty()) markdown += "Overrides:\n" + overridden;
-    if (!explanation.reason.empty()) markdown += "\n" + explanation.reason;
+    if (!overridden.empty()) says += "Overrides:\n" + overridden;
+    if (!explanation.reason.empty()) says += "\n" + explanation.reason;
 
     const bool on_key = !entry.key.empty() && at->offset <= entry.key.end;
-    return {{"contents", {{"kind", "markdown"}, {"value", markdown}}},
+    return {{"contents", {{"kind", markdown ? "markdown" : "plaintext"}, {"value", says}}},
             {"range", at->text.range(on_key ? entry.key : entry.value)}};
 }
 

@@ -195,6 +195,10 @@ Json Server::initialize(const Json &params) {
     workspace_.encoding_ = PositionEncoding::Utf16;
     if (offered.is_array() && std::find(offered.begin(), offered.end(), Json("utf-8")) != offered.end())
         workspace_.encoding_ = PositionEncoding::Utf8;
+    const Json &formats =
+        member(member(member(member(params, "capabilities"), "textDocument"), "hover"), "contentFormat");
+    workspace_.markdown_hover_ =
+        !formats.is_array() || std::find(formats.begin(), formats.end(), Json("markdown")) != formats.end();
     const Json &path = member(member(member(params, "initializationOptions"), "teskpf"), "path");
     if (path.is_string()) workspace_.search_path_ = path.get<std::string>();
     state_ = State::Running;

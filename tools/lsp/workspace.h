@@ -46,11 +46,15 @@ public:
     std::string uriOf(const std::string &path) const;
 
     PositionEncoding encoding() const { return encoding_; }
+    // Whether hover text may be Markdown: yes unless the client lists the
+    // formats it takes and Markdown is not among them.
+    bool markdownHover() const { return markdown_hover_; }
     const std::string &searchPath() const { return search_path_; }
 
     // Changed by the server as the client opens, edits and configures.
     std::map<std::string, TextDocument> documents;  // by URI
     PositionEncoding encoding_ = PositionEncoding::Utf16;
+    bool markdown_hover_ = true;
     std::string search_path_;  // PFPATH of the server's environment unless the client sets teskpf.path
 };
 
