@@ -41,7 +41,6 @@ size_t layerOf(const Layers &layers, const Diagnostic &diagnostic) {
                                layers.files.begin());
 }
 
-
 }  // namespace
 
 std::vector<Diagnostic> checkAll(const Layers &layers, const CheckOptions &options) {
