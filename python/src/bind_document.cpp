@@ -87,7 +87,9 @@ void bindDocument(py::module_ &module) {
             return fields;
         });
 
-    py::class_<teskpf::Document>(module, "Document", "Parameter files read and merged like the classic class.")
+    // Held by shared_ptr: a watcher's snapshot is shared with the watcher.
+    py::class_<teskpf::Document, std::shared_ptr<teskpf::Document>>(
+        module, "Document", "Parameter files read and merged like the classic class.")
         // Reading and parsing let other Python threads run meanwhile.
         .def_static(
             "load", [](const Text &name) { return teskpf::Document::load(name.bytes); }, py::arg("name"), released)

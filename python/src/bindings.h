@@ -40,6 +40,8 @@ void bindTools(pybind11::module_ &module);
 void bindKeyPath(pybind11::module_ &module);
 // The classic TeskPf class, out-pointers turned into returned tuples.
 void bindClassic(pybind11::module_ &module);
+// The watcher, its events and key changes.
+void bindWatch(pybind11::module_ &module);
 
 }  // namespace teskpf_python
 

@@ -79,5 +79,6 @@ PYBIND11_MODULE(_teskpf, module) {
     teskpf_python::bindDocument(module);
     teskpf_python::bindTools(module);
     teskpf_python::bindClassic(module);
+    teskpf_python::bindWatch(module);
     teskpf_python::bindKeyPath(module);
 }

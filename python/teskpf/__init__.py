@@ -15,10 +15,12 @@ place, byte for byte outside the edit. ``python -m teskpf ARGS`` runs the
 # Only the public names are imported here, so that dir(teskpf) lists the API
 # and nothing the implementation happens to use.
 from ._api import Block, Config, Editor, Entry, Key, List, Value, ValueArgument, check, edit, load, named_files
-from ._teskpf import Diagnostic, EditError, Error, IoError, NamedFiles, TeskPf
+from ._teskpf import Diagnostic, EditError, Error, IoError, KeyChange, NamedFiles, TeskPf, WatchEvent
+from ._watch import Watch, watch
 from ._teskpf import __version__ as __version__  # the project's version, from CMake
 
 __all__ = [
-    "Block", "Config", "Diagnostic", "EditError", "Editor", "Entry", "Error", "IoError", "Key", "List", "NamedFiles",
-    "TeskPf", "Value", "ValueArgument", "check", "edit", "load", "named_files",
+    "Block", "Config", "Diagnostic", "EditError", "Editor", "Entry", "Error", "IoError", "Key", "KeyChange", "List",
+    "NamedFiles", "TeskPf", "Value", "ValueArgument", "Watch", "WatchEvent", "check", "edit", "load", "named_files",
+    "watch",
 ]

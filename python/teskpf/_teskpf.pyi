@@ -82,6 +82,30 @@ class Diagnostic:
     message: str
     key: str
 
+class KeyChange:
+    key: str  # the full key path
+    change: str  # "added", "removed" or "changed"
+    old: str  # "" when added
+    new: str  # "" when removed
+    file: str  # the file supplying the new value (the old one when removed)
+    line: int
+
+class WatchEvent:
+    event: str  # "changed" or "rejected"
+    accepted: bool
+    files: list[str]
+    changes: list[KeyChange]
+    diagnostics: list[Diagnostic]
+    error: str  # rejected without diagnostics: why nothing could be read
+
+class Watcher:
+    def __init__(self, name: str, settle_ms: int, poll_ms: int) -> None: ...
+    def fd(self) -> int: ...
+    def process(self) -> Optional[WatchEvent]: ...
+    def current(self) -> Optional[Document]: ...
+    def initial(self) -> WatchEvent: ...
+    def polling(self) -> bool: ...
+
 class NamedFiles:
     form: str  # "name" (no "/": looked up along PFPATH) or "path" (that file)
     itself: bool  # found nowhere that way: the argument itself, a readable file
