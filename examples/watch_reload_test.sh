@@ -1,13 +1,16 @@
 #!/bin/sh
-# Runs examples/watch_reload.cpp as an operator would meet it: starts it,
-# edits the site layer once it is watching, and expects the reload. Every
-# wait is bounded: 10 s for the start, 10 s (the example's own limit) for the
-# reload.
+# Runs a live-reloading example (examples/watch_reload.cpp, or the Python
+# one: the command is the rest of the arguments) as an operator would meet
+# it: starts it, edits the site layer once it is watching, and expects the
+# reload. Every wait is bounded: 10 s for the start, 10 s (the example's own
+# limit) for the reload.
+#
+#   watch_reload_test.sh EXAMPLES_COPY COMMAND...
 set -eu
-example=$1
-dir=$2
+dir=$1
+shift
 out=$dir/watch-output
-"$example" 10 > "$out" &
+"$@" 10 > "$out" &
 pid=$!
 tries=0
 until grep -q '^watching' "$out"; do

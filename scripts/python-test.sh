@@ -30,6 +30,12 @@ root=$PWD
 cp -r examples "$scratch/examples"
 (cd "$scratch/examples" && PFPATH="$scratch/examples:$scratch/examples/site-override" \
   "$scratch/venv/bin/python" "$root/examples/python_example.py")
+# The live-reloading example, with an operator's edit of its site layer, on
+# a fresh copy (the example above changed the site layer's port).
+cp -r examples "$scratch/watch-examples"
+(cd "$scratch/watch-examples" && PFPATH="$scratch/watch-examples:$scratch/watch-examples/site-override" \
+  sh "$root/examples/watch_reload_test.sh" "$scratch/watch-examples" \
+    "$scratch/venv/bin/python" "$root/examples/watch_reload.py")
 
 # The Python blocks of the README and of the Python reference run as they stand.
 for markdown in README.md docs/python-api.md; do
@@ -40,4 +46,4 @@ done
 # examples users copy, checked against the installed package.
 mypy --strict --no-incremental --cache-dir "$scratch/mypy-cache" python/teskpf
 "$python" tests/readme/python_types_test.py "$scratch/venv/bin/python" \
-  README.md docs/python-api.md examples/python_example.py
+  README.md docs/python-api.md examples/python_example.py examples/watch_reload.py
