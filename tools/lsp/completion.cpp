@@ -2,6 +2,8 @@
 // annotation in effect allows in a value, and at a key the keys that lower
 // layers define in the same block and this file does not.
 #include <set>
+#include <string_view>
+#include <unordered_set>
 
 #include <teskpf/error.h>
 #include <teskpf/explain.h>
@@ -81,15 +83,16 @@ nlohmann::json lowerKeys(const Workspace &workspace, const TextDocument &documen
     const long block = outline.lines[static_cast<std::size_t>(line)].block;
     if (block >= 0 && outline.entries[static_cast<std::size_t>(block)].block == teskpf::OutlineBlock::Tbl)
         return nlohmann::json::array();  // list members have no keys
-    const std::string block_path =
-        block < 0 ? std::string() : outline.entries[static_cast<std::size_t>(block)].key_path;
-    std::set<std::string> defined;
-    for (const teskpf::OutlineEntry &entry : outline.entries)
-        if (entry.parent == block && entry.line != line)
-            defined.insert(text.text().substr(entry.key.begin, entry.key.end - entry.key.begin));
-
     std::size_t here = 0;
     const std::vector<teskpf::LayerText> layers = workspace.layersOf(document, &here);
+    if (here == 0) return nlohmann::json::array();  // no lower layer to offer keys from
+    const std::string block_path =
+        block < 0 ? std::string() : outline.entries[static_cast<std::size_t>(block)].key_path;
+    std::unordered_set<std::string_view> defined;
+    for (const teskpf::OutlineEntry &entry : outline.entries)
+        if (entry.parent == block && entry.line != line)
+            defined.insert(std::string_view(text.text()).substr(entry.key.begin, entry.key.end - entry.key.begin));
+
     std::set<std::string> offered;
     nlohmann::json items = nlohmann::json::array();
     for (std::size_t i = 0; i < here && i < layers.size(); ++i) {
