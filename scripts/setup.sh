@@ -10,7 +10,9 @@ packages=(cmake make g++ pkg-config
           nlohmann-json3-dev python3-pybind11 pybind11-dev python3-dev python3-setuptools python3-wheel python3-pip python3-venv)
 if [[ "${1:-}" == "--dev" ]]; then
   packages+=(libgtest-dev libgmock-dev clang-14 libclang-rt-14-dev clang-format-14 python3-pytest mypy jq
-            vim npm neovim emacs-nox elpa-eglot)
+            vim neovim emacs-nox elpa-eglot)
+  # Debian's npm conflicts with a Node.js that brings its own npm.
+  command -v npm >/dev/null || packages+=(npm)
 elif [[ $# -gt 0 ]]; then
   echo "usage: scripts/setup.sh [--dev]" >&2
   exit 2
