@@ -113,14 +113,26 @@ void run(std::size_t lines, const std::vector<std::string> &methods, int copies,
     }
     std::printf("  change to diagnostics: %s\n", summary(times).c_str());
 
+    // Requests are asked where the text of a line starts: on a key, or on a
+    // list member's value.
+    std::vector<long> text_starts;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        text_starts.push_back(static_cast<long>(
+            text.find_first_not_of(" \t", at) < end ? text.find_first_not_of(" \t", at) - at : end - at));
+        at = end + 1;
+    }
     for (const std::string &method : methods) {
         times.clear();
         for (int i = 0; i < repeat; ++i) {
+            const long line = middle + i;
             const Json request = {
                 {"jsonrpc", "2.0"},
                 {"id", 100 + i},
                 {"method", method},
-                {"params", {{"textDocument", {{"uri", uri}}}, {"position", {{"line", middle + i}, {"character", 2}}}}}};
+                {"params",
+                 {{"textDocument", {{"uri", uri}}},
+                  {"position", {{"line", line}, {"character", text_starts[static_cast<std::size_t>(line)]}}}}}};
             const std::string message = body(request);
             const Clock::time_point start = Clock::now();
             server.handle(message);

@@ -215,7 +215,9 @@ TEST_F(Features, Completion) {
         {"pair 1 o #<int> <str>(on off)", 0, 6, ""},        // the first is an <int>
         {"# <", 0, 3, ""},                                  // after a blank: no annotation
         {"x 1 # note", 0, 9, ""},
-        {"list &Tbl{\n  \n}\n", 1, 2, ""},  // list members have no keys
+        {"list &Tbl{\n  \n}\n", 1, 2, ""},                      // list members have no keys
+        {"l &Tbl{ #<str>(aa bb)\n    aa\n}\n", 1, 4, "aa bb"},  // a list member's words
+        {"l &Tbl{ #<str>(aa bb)\n    aa\n}\n", 1, 2, ""},       // its indentation: nothing
         {kSite, 12, 0, "null"},
     };
     for (const Case &c : cases) {

@@ -152,13 +152,15 @@ nlohmann::json completion(const Workspace &workspace, const nlohmann::json &para
     if (info.kind == teskpf::OutlineLineKind::Unread || info.kind == teskpf::OutlineLineKind::Close)
         return nlohmann::json::array();
 
+    // The indentation offers nothing.
+    if (*offset < indent_end) return nlohmann::json::array();
     // After the key: the value's words. A list member's value is the whole line.
     if (entry && entry->block == teskpf::OutlineBlock::None) {
         if (entry->key.empty()) return valueWords(workspace, *document, *text, *entry, indent_end, *offset);
         if (*offset > entry->key.end) return valueWords(workspace, *document, *text, *entry, entry->key.end, *offset);
     }
     // At a key: the keys of lower layers.
-    if (*offset < indent_end || (entry && *offset > entry->key.end)) return nlohmann::json::array();
+    if (entry && *offset > entry->key.end) return nlohmann::json::array();
     return lowerKeys(workspace, *document, *text, line, indent_end, *offset);
 }
 
