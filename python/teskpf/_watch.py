@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import os
 import select
+import sys
 import threading
 from types import TracebackType
 from typing import Callable, Iterator, Optional, Type, Union
@@ -86,7 +87,11 @@ class Watch:
     def _start(self, callback: Callable[[WatchEvent], None]) -> None:
         def run() -> None:
             for event in self:
-                callback(event)
+                try:
+                    callback(event)
+                except Exception:  # reported, and the watch goes on with the next reload
+                    threading.excepthook(threading.ExceptHookArgs(
+                        (*sys.exc_info(), threading.current_thread())))
 
         self._thread = threading.Thread(target=run, name=f"teskpf.watch({self._target})", daemon=True)
         self._thread.start()
@@ -98,7 +103,9 @@ def watch(name_or_path: Union[str, os.PathLike[str]], callback: Optional[Callabl
     when one changes, ``settle`` seconds after the last change of a burst.
 
     With a callback, it is called on a thread of the watch's own with each
-    WatchEvent; without one, iterate the returned Watch. A reload that fails
+    WatchEvent (an exception it raises is reported through
+    threading.excepthook, and the watch goes on); without one, iterate the
+    returned Watch. A reload that fails
     the checks is delivered as rejected (``accepted`` false, with its
     ``diagnostics``) and the last good document stays ``current``. ``poll``
     (seconds) compares the files at that interval instead of following

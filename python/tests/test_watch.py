@@ -83,6 +83,26 @@ def test_callback_runs_on_the_watch_thread_until_stopped(layers):
     assert list(watch) == []  # a stopped watch delivers nothing more
 
 
+def test_a_failing_callback_is_reported_and_the_watch_goes_on(layers, monkeypatch):
+    reported = queue.Queue()
+    monkeypatch.setattr(threading, "excepthook", lambda args: reported.put(args.exc_type))
+    events = queue.Queue()
+
+    def callback(event):
+        events.put(event)
+        if events.qsize() == 1:
+            raise RuntimeError("the service could not apply it")
+
+    site = layers / "site" / "station.pf"
+    with teskpf.watch("station", callback, settle=0.02) as watch:
+        site.write_text("port\t1\n")
+        assert reported.get(timeout=DEADLINE) is RuntimeError
+        events.get(timeout=DEADLINE)
+        site.write_text("port\t2\n")
+        assert events.get(timeout=DEADLINE).changes[0].new == "2"
+        assert watch.current["port"] == "2"
+
+
 def test_nothing_readable_is_rejected_with_an_error(tmp_path, monkeypatch):
     monkeypatch.setenv("PFPATH", str(tmp_path))
     with teskpf.watch("absent") as watch:
