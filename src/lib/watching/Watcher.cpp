@@ -48,6 +48,15 @@ timespec asTimespec(Nanoseconds at) {
     return {static_cast<time_t>(at / 1000000000), static_cast<long>(at % 1000000000)};
 }
 
+// Sets `timer` to fire at `value` (absolute with TFD_TIMER_ABSTIME in
+// `flags`) and then every `interval`; a zero value disarms it.
+int setTimer(int timer, int flags, Nanoseconds value, Nanoseconds interval = 0) {
+    itimerspec timing{};
+    timing.it_value = asTimespec(value);
+    timing.it_interval = asTimespec(interval);
+    return timerfd_settime(timer, flags, &timing, nullptr);
+}
+
 Nanoseconds nanosecondsOf(std::chrono::milliseconds duration) {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(duration).count();
 }
@@ -142,10 +151,7 @@ struct Watcher::State {
         const auto interval = options.poll.count() > 0 ? options.poll : options.fallback_poll;
         const Nanoseconds every = std::max<Nanoseconds>(nanosecondsOf(interval), 1000000);
         poll_timer = checked(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create");
-        itimerspec spec{};
-        spec.it_value = asTimespec(every);
-        spec.it_interval = spec.it_value;
-        if (timerfd_settime(poll_timer.get(), 0, &spec, nullptr) != 0) throwSystem("timerfd_settime");
+        if (setTimer(poll_timer.get(), 0, every, every) != 0) throwSystem("timerfd_settime");
         add(poll_timer.get());
     }
 
@@ -192,16 +198,9 @@ struct Watcher::State {
         return any;
     }
 
-    void armSettleTimer(Nanoseconds at) {
-        itimerspec spec{};
-        spec.it_value = asTimespec(at);
-        timerfd_settime(settle_timer.get(), TFD_TIMER_ABSTIME, &spec, nullptr);
-    }
+    void armSettleTimer(Nanoseconds at) { setTimer(settle_timer.get(), TFD_TIMER_ABSTIME, at); }
 
-    void disarmSettleTimer() {
-        itimerspec spec{};
-        timerfd_settime(settle_timer.get(), 0, &spec, nullptr);
-    }
+    void disarmSettleTimer() { setTimer(settle_timer.get(), 0, 0); }
 
     Nanoseconds due() const {
         return std::min(last_change + nanosecondsOf(options.settle), first_change + nanosecondsOf(options.max_delay));
